@@ -1,0 +1,11 @@
+# Fails when the shared library exports a C++ (mangled) symbol.
+execute_process(COMMAND nm -D --defined-only ${LIB} OUTPUT_VARIABLE syms RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIB}")
+endif()
+string(REGEX MATCHALL "[ \t]_Z[A-Za-z0-9_]*" mangled "${syms}")
+if(mangled)
+  list(LENGTH mangled n)
+  list(SUBLIST mangled 0 10 firsts)
+  message(FATAL_ERROR "${n} C++ symbols exported, e.g. ${firsts}")
+endif()
