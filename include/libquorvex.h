@@ -56,6 +56,37 @@ typedef void *(*CopyValueFn)(void *value);
 
 typedef struct Environment Environment;   /* opaque to hosts */
 
+/* Life cycle: InitializeGlobals once, then any number of top-level scopes.
+ * QuorvexScript answers one script with a new text (FreeString); errors come
+ * back as sentinels such as ">invalid_expression<". A host passes a non-zero
+ * clearLiterals for its own scripts. SetCancelFlag may be called from another
+ * thread while a script runs; the engine never resets the flag. */
+QVX_API void         InitializeGlobals(const char *initScriptOrPath, int32_t isFile) QVX_NOEXCEPT;
+QVX_API void         TerminateGlobals(void) QVX_NOEXCEPT;
+QVX_API Environment *InitializeTopLevelEnvironment(const char *scopeText) QVX_NOEXCEPT;   /* may be null */
+QVX_API void         TerminateEnvironment(Environment *env) QVX_NOEXCEPT;
+QVX_API Environment *CopyEnvironment(Environment *source, Environment *parent, int32_t copyHistory, int32_t keepOwner) QVX_NOEXCEPT;
+QVX_API void         AddEnvironment(Environment *target, Environment *source, int32_t withHistory) QVX_NOEXCEPT;
+QVX_API char        *QuorvexScript(const char *script, Environment *env, int32_t clearLiterals) QVX_NOEXCEPT;
+QVX_API char        *RestoreDefaultAssignments(Environment *env, int32_t flags) QVX_NOEXCEPT;
+QVX_API char        *PrintTopLevelEnvironment(Environment *env, int32_t flag, int32_t showFunctions) QVX_NOEXCEPT;
+
+QVX_API void          SetCancelFlag(Environment *env, unsigned char value) QVX_NOEXCEPT;
+QVX_API unsigned char GetCancelFlag(Environment *env) QVX_NOEXCEPT;
+QVX_API void          SetSignificantDigits(Environment *env, int32_t digits) QVX_NOEXCEPT;
+QVX_API int32_t       GetSignificantDigits(Environment *env) QVX_NOEXCEPT;
+QVX_API void          SetSeed(Environment *env, int32_t seed) QVX_NOEXCEPT;
+QVX_API unsigned char SetUpdateHistoryFlag(Environment *env, unsigned char flag) QVX_NOEXCEPT;
+
+QVX_API void SetInitScript(const char *text) QVX_NOEXCEPT;
+QVX_API void SetLocalPath(const char *path) QVX_NOEXCEPT;
+QVX_API void SetLocalOutPath(const char *path) QVX_NOEXCEPT;
+QVX_API void SetPlatformCode(int32_t code) QVX_NOEXCEPT;
+QVX_API void SetInstructions(const char *text) QVX_NOEXCEPT;
+QVX_API void SetGraphingInstructions(const char *text) QVX_NOEXCEPT;
+QVX_API void SetProgrammingInstructions(const char *text) QVX_NOEXCEPT;
+QVX_API void SetFourierInstructions(const char *text) QVX_NOEXCEPT;
+
 /* @@ENGINE@@ */
 
 /* ======================================================================== */
@@ -72,6 +103,20 @@ typedef struct HistoryList {
     FreeValueFn free; ReadValueFn read; WriteValueFn write; CopyValueFn copy;
     int32_t count;                         /* includes the two sentinel entries */
 } HistoryList;
+
+/* The list always holds two empty sentinel entries; positions count from 0
+ * at the first user entry. Texts returned are new (FreeString /
+ * FreeStringVector). */
+QVX_API HistoryList *GetHistory(Environment *env) QVX_NOEXCEPT;
+QVX_API void   AppendHistoryItem(Environment *env, const char *input, const char *output) QVX_NOEXCEPT;
+QVX_API void   RemoveHistoryItem(Environment *env, int32_t position) QVX_NOEXCEPT;
+QVX_API void   SetLastHistoryItemOutput(Environment *env, const char *output) QVX_NOEXCEPT;
+QVX_API void   ReinitializeHistory(Environment *env) QVX_NOEXCEPT;
+QVX_API void   ClearEnvironmentHistory(Environment *env) QVX_NOEXCEPT;
+QVX_API void   HistoryIteratorSeekEnd(Environment *env) QVX_NOEXCEPT;
+QVX_API void   ClearEnvironmentHistoryEntry(HistoryItem *item) QVX_NOEXCEPT;   /* frees its two texts */
+QVX_API char  *EnvironmentHistoryToString(Environment *env) QVX_NOEXCEPT;
+QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_t selector) QVX_NOEXCEPT;
 
 /* @@HISTORY@@ */
 
@@ -136,7 +181,60 @@ typedef struct KeyList {
 
 typedef struct MemFile { unsigned char *buffer; uint32_t size; uint32_t position; } MemFile;
 
+/* Text-keyed red-black tree. An empty position holds a sentinel node (both
+ * children null); a tree emptied with RBSTFreeValues/RBSTFreeNodes must get a
+ * new record from RBSTInitialize before it is used again. */
+QVX_API RBST      RBSTInitialize(FreeValueFn f, ReadValueFn r, WriteValueFn w, CopyValueFn c) QVX_NOEXCEPT;
+QVX_API RBSTNode *RBSTFind(RBSTNode *root, const char *key) QVX_NOEXCEPT;
+QVX_API void      RBSTInsert(RBST *tree, RBSTNode *root, const char *key, void *value) QVX_NOEXCEPT;
+QVX_API int32_t   RBSTDelete(RBST *tree, RBSTNode *root, const char *key) QVX_NOEXCEPT;
+QVX_API RBST      RBSTCopy(RBST *tree) QVX_NOEXCEPT;
+QVX_API void      RBSTFreeValues(RBST *tree, RBSTNode *node) QVX_NOEXCEPT;
+QVX_API void      RBSTFreeNodes(RBST *tree, RBSTNode *node) QVX_NOEXCEPT;
+QVX_API void      RBSTMerge(RBST *destination, RBST *source, RBSTNode *source_root, int32_t overwrite) QVX_NOEXCEPT;
+QVX_API void      RBSTContainsAll(RBSTNode *node, RBSTNode *other_root, int32_t *flag) QVX_NOEXCEPT;
+QVX_API void      RBSTToList(RBST *tree, RBSTNode *node, KeyList *list) QVX_NOEXCEPT;
+QVX_API void      RBSTWrite(RBST *tree, RBSTNode *root, void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API void      RBSTRead(RBST *tree, void *stream, StreamMode mode) QVX_NOEXCEPT;
+
+/* Integer-keyed sibling: a sentinel is a node with key 0, so 0 cannot be
+ * stored. Values are freed with freeRBNodeValueByteArray. */
+QVX_API IntRBST      IntRBSTInitialize(void) QVX_NOEXCEPT;
+QVX_API void         IntRBSTInsert(IntRBST *tree, IntRBSTNode *root, int32_t key, void *value) QVX_NOEXCEPT;
+QVX_API IntRBSTNode *IntRBSTFind(IntRBSTNode *root, int32_t key) QVX_NOEXCEPT;
+QVX_API void         IntRBSTFreeValues(IntRBST *tree, IntRBSTNode *node) QVX_NOEXCEPT;
+QVX_API void         IntRBSTFreeNodes(IntRBST *tree, IntRBSTNode *node) QVX_NOEXCEPT;
+QVX_API void         freeRBNodeValueByteArray(void *value) QVX_NOEXCEPT;
+
+/* Ordered companion list of key/value pairs. */
+QVX_API void KeyListPushFront(KeyList *list, const char *key, void *value) QVX_NOEXCEPT;
+QVX_API void KeyListClear(KeyList *list, int32_t free_values) QVX_NOEXCEPT;
+QVX_API void KeyListCopyRange(KeyList *list, KeyListEntry *first, KeyListEntry *end, KeyList *out) QVX_NOEXCEPT;
+QVX_API void KeyListWrite(KeyList *list, KeyListEntry *first, KeyListEntry *end, int32_t count,
+                          void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API void KeyListRead(KeyList *list, void *stream, StreamMode mode) QVX_NOEXCEPT;
+
 /* @@TREE@@ */
+
+/* Growable memory buffer with a position; the memory side of every stream
+ * (StreamMode other than 1). While writing, position is the content length. */
+QVX_API MemFile       *MemOpen(int32_t size) QVX_NOEXCEPT;
+QVX_API MemFile       *MemWrapperOpen(unsigned char *buffer, uint32_t size) QVX_NOEXCEPT;
+QVX_API void           MemWrapperClose(MemFile *m) QVX_NOEXCEPT;
+QVX_API void           MemClose(MemFile *m) QVX_NOEXCEPT;
+QVX_API size_t         MemRead(void *destination, size_t size, size_t count, MemFile *m) QVX_NOEXCEPT;
+QVX_API size_t         MemWrite(const void *source, size_t size, size_t count, MemFile *m) QVX_NOEXCEPT;
+QVX_API MemFile       *MemFRead(FILE *file) QVX_NOEXCEPT;
+QVX_API size_t         MemFWrite(MemFile *m, FILE *file) QVX_NOEXCEPT;
+QVX_API unsigned char *MemGetBufHandle(MemFile *m) QVX_NOEXCEPT;
+QVX_API uint32_t       MemGetBufPos(MemFile *m) QVX_NOEXCEPT;
+QVX_API uint32_t       MemGetBufSize(MemFile *m) QVX_NOEXCEPT;
+QVX_API void           MemSetBufPos(MemFile *m, uint32_t position) QVX_NOEXCEPT;
+QVX_API int32_t        MemSetRelativeBufPos(MemFile *m, int32_t offset) QVX_NOEXCEPT;
+QVX_API unsigned char *MemDump(MemFile *m, uint32_t from, uint32_t to) QVX_NOEXCEPT;
+QVX_API MemFile       *CopyMemFile(MemFile *m) QVX_NOEXCEPT;
+QVX_API void           WriteMemFile(MemFile *m, void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API MemFile       *ReadMemFile(void *stream, StreamMode mode) QVX_NOEXCEPT;
 
 /* @@MEMFILE@@ */
 
@@ -152,6 +250,122 @@ typedef struct TypeRecord { FreeValueFn free; WriteValueFn write; ReadValueFn re
 
 typedef struct BitArray { uint64_t bits; uint64_t words; uint64_t *data; } BitArray;
 typedef struct BitArrayFloat { BitArray *integer; BitArray *fraction; int8_t sign; } BitArrayFloat;
+
+/* BitArray: unsigned integer of any length; bit i in data[i / 64], word 0
+ * least significant; `bits` counts leading zeros too. Every returned array or
+ * record is new and the caller's (FreeBitArray / FreeBitArrayFloat). Long
+ * operations take an abort flag (may be null); once set they return early
+ * with a value of no use. Digit arguments of BitArrayFloat count 4 bits a digit. */
+QVX_API BitArray *InitializeBitArray(uint64_t bits) QVX_NOEXCEPT;
+QVX_API BitArray *InitializeBitArrayFromUInt64(uint64_t x) QVX_NOEXCEPT;
+QVX_API BitArray *InitializeBitArrayFromByteArray(const unsigned char *bytes, uint64_t count) QVX_NOEXCEPT; /* byte 0 least significant; reduced */
+QVX_API void      FreeBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API BitArray *CopyBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API void      SetBit(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API void      ClearBit(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API uint64_t  GetBit(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API void      SetAllBits(BitArray *a) QVX_NOEXCEPT;
+QVX_API void      ClearAllBits(BitArray *a) QVX_NOEXCEPT;
+QVX_API void      SetAllBitsSieve(BitArray *a) QVX_NOEXCEPT;
+QVX_API void      CleanBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API BitArray *ReduceBitArray(BitArray **a) QVX_NOEXCEPT;
+QVX_API int32_t   TestZeroBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API int32_t   TestUnitBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API int32_t   TestEqualBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API int32_t   CompareBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API BitArray *AndBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API BitArray *OrBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API BitArray *XorBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API BitArray *NegateBitArray(BitArray *a) QVX_NOEXCEPT;   /* new array */
+QVX_API BitArray *ReverseBitArray(BitArray *a) QVX_NOEXCEPT;  /* new array */
+QVX_API unsigned char ReverseByteBits(unsigned char x) QVX_NOEXCEPT;
+QVX_API uint32_t  ReverseUInt32Bits(uint32_t x) QVX_NOEXCEPT;
+QVX_API uint64_t  ReverseUInt64Bits(uint64_t x) QVX_NOEXCEPT;
+QVX_API BitArray *BitStringToBitArray(const char *text) QVX_NOEXCEPT;
+QVX_API char     *PrintBitArray(BitArray *a) QVX_NOEXCEPT;
+QVX_API void      SetBitsFromChar(BitArray *a, uint64_t i, unsigned char c) QVX_NOEXCEPT;
+QVX_API void      SetBitsFromCharBitPos(BitArray *a, uint64_t i, unsigned char c) QVX_NOEXCEPT;
+QVX_API void      SetBitsFromUInt64(BitArray *a, uint64_t i, uint64_t x) QVX_NOEXCEPT;
+QVX_API uint32_t  GetInt32(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API uint64_t  GetInt64(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API uint64_t  GetInt64BitPos(BitArray *a, uint64_t i) QVX_NOEXCEPT;
+QVX_API void      ShiftBitsLeft(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API void      ShiftBitsLeftAndResize(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API void      ShiftBitsLeftAndResizeWithLeadingZeros(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API void      ShiftBitsRight(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API void      AddLeadingZeroBits(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API void      AddTrailingZeroBits(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API uint64_t  RemoveTrailingZeroBits(BitArray *a) QVX_NOEXCEPT;  /* returns bits removed */
+QVX_API uint64_t  TrimLowerZeroBits(BitArray *a) QVX_NOEXCEPT;
+QVX_API uint64_t  CountLeadingZeroBits(uint64_t x) QVX_NOEXCEPT;
+QVX_API uint64_t  GetLeadingZeroBits(BitArray *a) QVX_NOEXCEPT;
+QVX_API BitArray *LowerBits(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API BitArray *HigherBits(BitArray *a, uint64_t n) QVX_NOEXCEPT;
+QVX_API BitArray *CropBitArray(BitArray *a, uint64_t from, uint64_t count) QVX_NOEXCEPT;
+QVX_API BitArray *ConcatenateBitArrays(BitArray *high, BitArray *low) QVX_NOEXCEPT;
+QVX_API void      WriteBitArray(BitArray *a, void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API BitArray *ReadBitArray(void *stream, StreamMode mode) QVX_NOEXCEPT;
+
+QVX_API uint64_t  AddBits(uint64_t a, uint64_t b, unsigned char *carry_out) QVX_NOEXCEPT;
+QVX_API uint64_t  SubtractBits(uint64_t a, uint64_t b, unsigned char *borrow_out) QVX_NOEXCEPT;
+QVX_API BitArray *AddBitArrays(BitArray *a, BitArray *b) QVX_NOEXCEPT;
+QVX_API BitArray *SubtractBitArrays(BitArray *a, BitArray *b, int8_t *sign) QVX_NOEXCEPT;
+QVX_API BitArray *SubtractBitArraysNoReduce(BitArray *a, BitArray *b, int8_t *sign) QVX_NOEXCEPT;
+QVX_API uint64_t  KaratsubaGetLength(uint64_t x) QVX_NOEXCEPT;
+QVX_API uint64_t  KaratsubaMultiply(uint64_t x, uint64_t y) QVX_NOEXCEPT;
+QVX_API BitArray *MultiplyBitArrays(BitArray *a, BitArray *b, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *InvertBitArray(BitArray *a, uint64_t precision, uint64_t *exponent_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *DivideBitArrays(BitArray *a, BitArray *b, uint64_t precision, unsigned char *abort) QVX_NOEXCEPT; /* b zero: both parts null */
+QVX_API BitArray *FloorDivideBitArrays(BitArray *a, BitArray *b, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *ModBitArrays(BitArray *a, BitArray *b, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *InvertSquareRootBitArray(BitArray *a, uint64_t precision, uint64_t *exponent_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *SquareRootBitArray(BitArray *a, uint64_t precision, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *ExponentiateBitArrays(BitArray *a, BitArray *b, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API uint64_t  PowMod(uint64_t base, uint64_t exponent, uint64_t modulus) QVX_NOEXCEPT;
+QVX_API BitArray *MultiplyBitArrayBy10(BitArray *a, unsigned char *carry_out, unsigned char *abort) QVX_NOEXCEPT; /* same length; overflow digit in carry_out */
+QVX_API BitArray *DivideBitArrayBy10(BitArray *a, unsigned char *remainder_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *IntDivideBitArrayBy10(BitArray *a, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *DivideBitArrayByPowerOf10(BitArray *a, uint64_t n, BitArray **remainder_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray **GetPowerOf10BitArrays(uint64_t n, unsigned char *abort) QVX_NOEXCEPT; /* n + 1 entries; free each, then the block with Free */
+
+QVX_API BitArrayFloat *InitializeBitArrayFloatFromBitArrays(BitArray *integer, BitArray *fraction, int8_t sign) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *InitializeBitArrayFloatFromDouble(double x) QVX_NOEXCEPT; /* null for NaN or infinity */
+QVX_API BitArrayFloat *CopyBitArrayFloat(BitArrayFloat *a) QVX_NOEXCEPT;
+QVX_API void           FreeBitArrayFloat(BitArrayFloat *a) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *AddBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *SubtractBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *MultiplyBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *DivideBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b, uint64_t digits, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API int32_t        CompareBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *SquareRootBitArrayFloat(BitArrayFloat *a, uint64_t digits, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *ExponentiateBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b, uint64_t digits, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *ShiftLeftBitArrayFloat(BitArrayFloat *a, uint64_t n) QVX_NOEXCEPT;   /* new record */
+QVX_API BitArrayFloat *ShiftRightBitArrayFloat(BitArrayFloat *a, uint64_t n) QVX_NOEXCEPT;  /* new record */
+QVX_API void           WriteBitArrayFloat(BitArrayFloat *value, void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *ReadBitArrayFloat(void *stream, StreamMode mode) QVX_NOEXCEPT;
+
+QVX_API BitArrayFloat *InitializeBitArrayFloatFromDecimal(const char *text, uint64_t precision, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArrayFloat *InitializeBitArrayFloatFromHexadecimal(const char *text) QVX_NOEXCEPT;
+QVX_API BitArray *DecimalIntegerStringToBitArray(const char *text, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *DecimalFractionalStringToBitArray(const char *text, uint64_t precision, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *HexadecimalIntegerStringToBitArray(const char *text) QVX_NOEXCEPT;
+QVX_API BitArray *HexadecimalFractionalStringToBitArray(const char *text) QVX_NOEXCEPT;
+QVX_API char     *BitArrayToDecimalIntegerString(BitArray *a, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API char     *BitArrayToDecimalFractionalString(BitArray *a, uint64_t digits, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API char     *BitArrayToHexadecimalIntegerString(BitArray *a) QVX_NOEXCEPT;
+QVX_API char     *BitArrayToHexadecimalFractionalString(BitArray *a) QVX_NOEXCEPT;
+QVX_API char     *PrintBitArrayFloat(BitArrayFloat *a) QVX_NOEXCEPT;
+QVX_API char     *PrintBitArrayFloatToDecimal(BitArrayFloat *a, int32_t digits, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API char     *PrintBitArrayFloatToHexadecimal(BitArrayFloat *a) QVX_NOEXCEPT;
+QVX_API char     *MultiplyBy2(const char *text, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API char     *DivideBy2(const char *text, unsigned char *abort) QVX_NOEXCEPT;
+
+QVX_API BitArrayFloat *EulersNumber(BitArray *n, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API void      EulersNumberPartialSum(BitArray *n, BitArray **p_out, BitArray **q_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API void      EPartialSumSub(BitArray *a, BitArray *b, BitArray *one, BitArray **p_out, BitArray **q_out, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *BitArrayFactorial(BitArray *n, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API BitArray *BitArrayFactorialBinarySplitting(BitArray *n, unsigned char *abort) QVX_NOEXCEPT;
+QVX_API void      FactorialPartialProductSub(BitArray *a, BitArray *b, BitArray **out, unsigned char *abort) QVX_NOEXCEPT;
 
 /* @@BIGNUM@@ */
 
@@ -325,7 +539,172 @@ QVX_API void     FreeStringMatrixVector(char ****v) QVX_NOEXCEPT;
 typedef struct Tensor { int32_t rank; int32_t length; void **items; } Tensor;
 /* rank 0: items[0] points to one Complex; rank r > 0: length pointers to Tensor of rank r-1 */
 
+/* Arithmetic. New containers; shapes that do not fit give a 1 by 1 zero
+ * matrix or a vector of length 0. Vectors of a tridiagonal matrix: sub[2..n]
+ * below the diagonal, diag[1..n], super[1..n-1] above it. */
+QVX_API double  **AddM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API Complex **AddMC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API double  **SubM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API Complex **SubMC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API double   *AddV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API Complex  *AddVC(const Complex *a, const Complex *b) QVX_NOEXCEPT;
+QVX_API double   *SubV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API Complex  *SubVC(const Complex *a, const Complex *b) QVX_NOEXCEPT;
+QVX_API double  **MulM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API Complex **MulMC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API double   *MulVM(const double *v, double **m) QVX_NOEXCEPT;              /* v' m */
+QVX_API double   *MulMMV(double **a, double **b, const double *v) QVX_NOEXCEPT; /* a b v */
+QVX_API double    MulVMV(const double *u, double **m, const double *v) QVX_NOEXCEPT; /* u' m v */
+QVX_API double    InnerP(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API Complex   InnerPC(const Complex *a, const Complex *b) QVX_NOEXCEPT;   /* conjugates a */
+QVX_API double    DotP(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double  **OuterP(const double *a, const double *b) QVX_NOEXCEPT;      /* m[j][i] = a[i] b[j] */
+QVX_API double   *CrossP(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double  **IncM(double **m, double x) QVX_NOEXCEPT;                    /* every element + x */
+QVX_API double   *IncV(const double *v, double x) QVX_NOEXCEPT;
+QVX_API double  **PowM(double **a, int32_t p) QVX_NOEXCEPT;                   /* p < 0 inverts */
+QVX_API Complex **PowMC(Complex **a, int32_t p) QVX_NOEXCEPT;
+QVX_API double  **Kronecker(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double  **Transpose(double **m) QVX_NOEXCEPT;
+QVX_API Complex **TransposeC(Complex **m) QVX_NOEXCEPT;
+QVX_API Complex **Adjoint(Complex **m) QVX_NOEXCEPT;
+QVX_API double  **Square(double **a) QVX_NOEXCEPT;                            /* a a */
+QVX_API double  **IdentityMatrix(int32_t n) QVX_NOEXCEPT;
+QVX_API double  **DiagonalMatrix(const double *v) QVX_NOEXCEPT;
+QVX_API Complex **DiagonalMatrixC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **BlockDiagonalMatrix(double ***blocks) QVX_NOEXCEPT;         /* a MatrixVector */
+QVX_API double  **TriDiagonalMatrix(const double *sub, const double *diag, const double *super) QVX_NOEXCEPT;
+QVX_API Complex **TriDiagonalMatrixC(const Complex *sub, const Complex *diag, const Complex *super) QVX_NOEXCEPT;
+QVX_API double  **CombineMatrices(double **a, double **b) QVX_NOEXCEPT;       /* columns of a, then b */
+QVX_API int32_t **CombineMatricesL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
+/* f returns a new Vector; column j holds the derivatives by x[j]; h <= 0 picks a step. */
+QVX_API double  **JacobianMatrix(double *(*f)(const double *x), const double *x, double h) QVX_NOEXCEPT;
+QVX_API double   *NormalizeV(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *NormalizeVC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **NormalizeM(double **m) QVX_NOEXCEPT;                        /* each column */
+QVX_API Complex **NormalizeMC(Complex **m) QVX_NOEXCEPT;
+QVX_API double   *UnitV(int32_t n, int32_t k) QVX_NOEXCEPT;                   /* k-th unit vector */
+QVX_API Complex  *UnitVC(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API double    EuclideanNormV(const double *v) QVX_NOEXCEPT;
+QVX_API double    EuclideanNormM(double **m) QVX_NOEXCEPT;                    /* Frobenius */
+QVX_API double    EuclideanDistV(const double *a, const double *b) QVX_NOEXCEPT;  /* -1: shapes differ */
+QVX_API double    EuclideanDistM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double    EuclideanNorm2(double x, double y) QVX_NOEXCEPT;
+QVX_API double    EuclideanNorm3(double x, double y, double z) QVX_NOEXCEPT;
+
+/* In place: AddIPM a += b; MulIPM a = a b (b square); TransposeIP and
+ * AdjointIP write into t of the transposed shape; the Square forms swap
+ * across the diagonal of one square matrix. */
+QVX_API void AddIPM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API void MulIPM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API void MulIPMC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API void TransposeIP(double **m, double **t) QVX_NOEXCEPT;
+QVX_API void TransposeIPC(Complex **m, Complex **t) QVX_NOEXCEPT;
+QVX_API void AdjointIP(Complex **m, Complex **t) QVX_NOEXCEPT;
+QVX_API void TransposeSquareIP(double **m) QVX_NOEXCEPT;
+QVX_API void TransposeSquareIPC(Complex **m) QVX_NOEXCEPT;
+QVX_API void AdjointSquareIP(Complex **m) QVX_NOEXCEPT;
+
+/* LU with implicit scaling and partial pivoting; a zero pivot becomes 1e-20.
+ * The index VectorL has n + 1 entries: pivot rows, then the parity (starts
+ * at -1, flips per interchange). LUSolve overwrites a by its factors and
+ * each column of b by a solution; LinSolve keeps a. A matrix that is not
+ * square is taken as its leading square block by the LU family; Det gives 0
+ * for it, InvertM leaves it alone. */
+QVX_API int32_t *LUDecomposition(double **a) QVX_NOEXCEPT;
+QVX_API int32_t *LUDecompositionC(Complex **a) QVX_NOEXCEPT;
+QVX_API void     LUSolve(double **a, double **b) QVX_NOEXCEPT;
+QVX_API void     LUSolveC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API void     LinSolve(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double   Det(double **a) QVX_NOEXCEPT;
+QVX_API Complex  DetC(Complex **a) QVX_NOEXCEPT;
+QVX_API void     InvertM(double **a) QVX_NOEXCEPT;
+QVX_API void     InvertMC(Complex **a) QVX_NOEXCEPT;
+QVX_API double **Invert2M(double **a) QVX_NOEXCEPT;
+
+/* Band matrices in compact form: a has m1 + m2 + 1 columns of n rows,
+ * a[k][i] = element (i, i + k - m1 - 1); al (m1 columns) and index (n)
+ * receive the factors (m1, m2 below n). The result of BanDec is the
+ * interchange parity. */
+QVX_API double BanDec(double **a, int32_t m1, int32_t m2, double **al, int32_t *index) QVX_NOEXCEPT;
+QVX_API double BanDecC(Complex **a, int32_t m1, int32_t m2, Complex **al, int32_t *index) QVX_NOEXCEPT;
+QVX_API void   BanSolve(double **a, int32_t m1, int32_t m2, double **al, const int32_t *index, double *b) QVX_NOEXCEPT;
+QVX_API void   BanSolveC(Complex **a, int32_t m1, int32_t m2, Complex **al, const int32_t *index, Complex *b) QVX_NOEXCEPT;
+/* a sub-diagonal [2..n], b diagonal, c super-diagonal [1..n-1], r right side, u solution. */
+QVX_API void   TriDiagSolve(const double *a, const double *b, const double *c, const double *r, double *u) QVX_NOEXCEPT;
+QVX_API void   TriDiagSolveC(const Complex *a, const Complex *b, const Complex *c, const Complex *r, Complex *u) QVX_NOEXCEPT;
+
+QVX_API double  **GramSchmidt(double **a) QVX_NOEXCEPT;     /* new matrix of orthonormal columns */
+QVX_API Complex **GramSchmidtC(Complex **a) QVX_NOEXCEPT;
+/* n rounds from the start vector v (left as the last normalised vector). */
+QVX_API double    PowerMethod(double **a, double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex   PowerMethodC(Complex **a, Complex *v, int32_t n) QVX_NOEXCEPT;
+
+/* Singular values: a MatrixVector of 3: U (the shape of a), the singular
+ * values in descending order as a one-column matrix, V (n by n). */
+QVX_API double ***SVD(double **a) QVX_NOEXCEPT;
+QVX_API double    SVDPythag(double x, double y) QVX_NOEXCEPT;
+
+/* Symmetric eigenproblems. EigenDecomposition fills values (ascending) and
+ * the columns of vectors. HouseholderReduction leaves the transformation in
+ * a, the diagonal in d and the sub-diagonal in e[2..n]. */
+QVX_API void    EigenDecomposition(double **a, double *values, double **vectors) QVX_NOEXCEPT;
+QVX_API void    HouseholderReduction(double **a, double *d, double *e) QVX_NOEXCEPT;
+QVX_API void    TriagonalEigenValues(double *d, double *e) QVX_NOEXCEPT;
+QVX_API void    TriagonalEigenDecomposition(double *d, double *e, double **z) QVX_NOEXCEPT;
+/* Replaces sub[i] and super[i - 1] by the root of their product; 0 when a
+ * product is negative (no real symmetric similar matrix exists), else 1. */
+QVX_API int32_t SymmetrizeTridiagonalMatrix(double *sub, const double *diag, double *super) QVX_NOEXCEPT;
+
+/* General eigenproblems. QRAlgorithm: eigenvalues of a real matrix.
+ * QRAlgorithm2: a complex MatrixVector of 2, the eigenvalues as a
+ * one-column matrix and the unit eigenvectors as columns. Both sort by
+ * descending modulus (QRSortVecs; vectors may be null). */
+QVX_API Complex   *QRAlgorithm(double **a) QVX_NOEXCEPT;
+QVX_API Complex ***QRAlgorithm2(Complex **a) QVX_NOEXCEPT;
+QVX_API void       QRBalance(double **a) QVX_NOEXCEPT;
+QVX_API void       QRBalance2(Complex **a, double *scale) QVX_NOEXCEPT;
+QVX_API void       QRHessenberg(double **a) QVX_NOEXCEPT;
+QVX_API void       QRHessenberg2(Complex **a, Complex **z) QVX_NOEXCEPT;
+QVX_API void       QRSortVecs(Complex *values, Complex **vectors) QVX_NOEXCEPT;
+QVX_API double    *EigenVector(double **a, double value) QVX_NOEXCEPT;   /* inverse iteration */
+/* f applied to a symmetric matrix through its eigen decomposition. */
+QVX_API double   **MatrixFunction(double **a, double (*f)(double)) QVX_NOEXCEPT;
+QVX_API double   **MatrixFunctionTridag(const double *d, const double *e, double (*f)(double)) QVX_NOEXCEPT;
+
 /* @@LINALG@@ */
+
+/* Tensor: the nested complex block of a matrix object. Index 0-based at
+ * every level; the first index of a rank 2 Tensor is the row. dimensions is
+ * a VectorL-like list (its count in element 0, then the lengths from the
+ * outermost in); TensorZero uses its last `rank` entries, and a rank below 1
+ * gives the rank 0 zero. Combining functions return new Tensors, or null
+ * when the shapes do not allow the operation (a lower rank is raised by
+ * levels of length 1; products contract the last index of a with the first
+ * of b). TensorTranspose and TensorConjugate work in place and return t;
+ * TensorInvert answers 1, or 0 (t unchanged) for a singular, non-finite or
+ * non-square value. */
+QVX_API Tensor  *TensorZero(const int32_t *dimensions, int32_t rank) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorCopy(const Tensor *t) QVX_NOEXCEPT;
+QVX_API void     TensorFree(Tensor *t) QVX_NOEXCEPT;
+QVX_API int32_t  TensorSetItem(Tensor *t, int32_t index, const Tensor *value) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorFromMatrixC(Complex **m) QVX_NOEXCEPT;
+QVX_API Complex **TensorToMatrixC(const Tensor *t) QVX_NOEXCEPT;   /* null unless rank 2 */
+QVX_API void     TensorWrite(const Tensor *t, void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorRead(void *stream, StreamMode mode) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorAdd(const Tensor *a, const Tensor *b) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorSubtract(const Tensor *a, const Tensor *b) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorMultiply(const Tensor *a, const Tensor *b) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorScale(const Tensor *t, double re, double im) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorDirectAdd(const Tensor *a, const Tensor *b) QVX_NOEXCEPT;      /* block diagonal */
+QVX_API Tensor  *TensorDirectMultiply(const Tensor *a, const Tensor *b) QVX_NOEXCEPT; /* Kronecker */
+QVX_API Tensor  *TensorTranspose(Tensor *t, int32_t conjugate) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorConjugate(Tensor *t) QVX_NOEXCEPT;
+QVX_API int32_t  TensorInvert(Tensor *t) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorDeterminant(const Tensor *t) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorTrace(const Tensor *t) QVX_NOEXCEPT;
+QVX_API Tensor  *TensorEigenvalues(const Tensor *t) QVX_NOEXCEPT;   /* rank 1, descending modulus */
+QVX_API Tensor  *TensorEigenvectors(const Tensor *t) QVX_NOEXCEPT;  /* item k: eigenvector k */
 
 /* @@TENSOR@@ */
 
@@ -339,20 +718,427 @@ typedef struct Tensor { int32_t rank; int32_t length; void **items; } Tensor;
 /* Special functions                                                        */
 /* ======================================================================== */
 
+/* Bessel functions of real order. The cores need x > 0 and order >= 0 (NaN
+ * otherwise); any output pointer may be null. The public J, Y, I, K accept
+ * any real x and order: x < 0 multiplies by (cos pi order, sin pi order), a
+ * negative order uses the reflection formulas. */
+QVX_API void    BesselGammas(double x, double *gam1, double *gam2, double *gampl,
+                             double *gammi) QVX_NOEXCEPT;  /* |x| <= 1/2 */
+QVX_API void    BesselFuncSub(double x, double order, double *j, double *y, double *jprime,
+                              double *yprime) QVX_NOEXCEPT;
+QVX_API void    BesselModFuncSub(double x, double order, double *i, double *k, double *iprime,
+                                 double *kprime) QVX_NOEXCEPT;
+QVX_API double  BesselFuncSeries(double x, double order) QVX_NOEXCEPT;  /* J by its power series */
+QVX_API Complex BesselJFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselYFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselIFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselKFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API void    AiryFuncSub(double x, double *ai, double *bi, double *aiprime,
+                            double *biprime) QVX_NOEXCEPT;
+
+/* Gamma family. GammaLn and GammaLnC give log|Gamma| (GammaLnC's imaginary
+ * part is the phase modulo 2 pi); BetaFuncI is the regularised incomplete
+ * beta function, BetaFuncCF its continued fraction. */
+QVX_API double  GammaLn(double x) QVX_NOEXCEPT;
+QVX_API Complex GammaLnC(Complex z) QVX_NOEXCEPT;
+QVX_API double  DigammaFunc(double x) QVX_NOEXCEPT;
+QVX_API double  BetaFuncCF(double a, double b, double x) QVX_NOEXCEPT;
+QVX_API double  BetaFuncI(double a, double b, double x) QVX_NOEXCEPT;
+QVX_API double  StudentPValue(double t, double dof) QVX_NOEXCEPT;        /* two-sided */
+QVX_API double  StudentCriticalValue(double p, double dof) QVX_NOEXCEPT; /* |t| of two-sided p */
+QVX_API double  BernoulliNumber(int32_t n) QVX_NOEXCEPT;                 /* B_1 = -1/2 */
+
+/* Factorials (NaN for negative arguments). The product forms take VectorL
+ * lists of arguments; the ratio forms divide the numerator list's product by
+ * the denominator list's. FactorialZeros counts the trailing zeros of n!. */
+QVX_API double  Factorial(int32_t n) QVX_NOEXCEPT;
+QVX_API double  FactorialLn(int32_t n) QVX_NOEXCEPT;
+QVX_API double  FactorialRatio(int32_t n, int32_t m) QVX_NOEXCEPT;   /* n!/m! */
+QVX_API double  FactorialRatioLn(int32_t n, int32_t m) QVX_NOEXCEPT;
+QVX_API double  FactorialProduct(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  FactorialProduct3(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
+QVX_API double  FactorialProductLn(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  FactorialProductRatio(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
+QVX_API double  FactorialProductRatioLn(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
+QVX_API int32_t FactorialZeros(int32_t n) QVX_NOEXCEPT;
+QVX_API double  Comb(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API double  Perm(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API double *Pascal(int32_t n) QVX_NOEXCEPT;  /* Vector(n + 1): row n */
+
+/* Orthogonal polynomials, hydrogen states (atomic units), Wigner 3j symbols.
+ * LegendreFunc includes the Condon-Shortley phase and is 0 unless |m| <= l
+ * and |x| <= 1. The 3j functions take integers or half integers; the
+ * Symbols forms return a Vector over j1 from *j1min up to j2 + j3. */
+QVX_API double  LegendreFunc(double x, int32_t l, int32_t m) QVX_NOEXCEPT;
+QVX_API double  LegendrePolynomial(double x, int32_t l) QVX_NOEXCEPT;
+QVX_API double  LaguerreFunc(double x, int32_t n, double alpha) QVX_NOEXCEPT;
+QVX_API Complex HydrogenWaveFunc(int32_t n, int32_t l, int32_t m, double r, double theta,
+                                 double phi) QVX_NOEXCEPT;
+QVX_API double  Wigner3J(double j1, double j2, double j3, double m1, double m2,
+                         double m3) QVX_NOEXCEPT;
+QVX_API double  Wigner3JSymbolSpecial1(double j, double m) QVX_NOEXCEPT;  /* (j j 0; m -m 0) */
+QVX_API double  Wigner3JSymbolSpecial2(int32_t j1, int32_t j2, int32_t j3) QVX_NOEXCEPT; /* m = 0 */
+QVX_API double *Wigner3JSymbols(double j2, double j3, double m2, double m3,
+                                double *j1min) QVX_NOEXCEPT;
+QVX_API double *Wigner3JSymbolsSpecial(int32_t j2, int32_t j3, int32_t *j1min) QVX_NOEXCEPT;
+
+/* Coulomb wave functions for real eta, x > 0, L >= 0; Wronskian F'G - FG' = 1.
+ * Functions returning int32_t give 0 on success and -1 (NaN outputs) when
+ * the arguments are outside the domain or nothing converged. FPF is F'/F by
+ * the first continued fraction, HPH is (G' + iF')/(G + iF) by the second. */
+QVX_API int32_t CoulombWaveFunc(double eta, double x, double L, double *F, double *G,
+                                double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncF(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncG(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncCF(double eta, double x, double L, double *F, double *G,
+                                  double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFPF(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API Complex CoulombWaveFuncHPH(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncNear(double eta, double x, double L, double *F, double *G,
+                                    double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFSeries(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFPrimeSeries(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncBess(double x, double L, double *F, double *G, double *Fp,
+                                    double *Gp) QVX_NOEXCEPT;  /* eta = 0 */
+QVX_API void    CoulombWaveFuncBesselSph(double x, double L, double *j, double *y, double *jp,
+                                         double *yp) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncIntegrateF0ABM(double eta, double x, double L, double *F,
+                                              double *Fp) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncIntegrateG0ABM(double eta, double x, double L, double *G,
+                                              double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateFABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateFPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateGABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateGPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
+
+/* Pulse, window and step shapes. Pulses are centred on 0 and vanish outside
+ * their width; HannFunc spans [0, width]; ToothFunc rises from 0 to 1 over
+ * each period; CombSpikeFunc is 1 at multiples of the period; SmoothStepFunc
+ * is the Hermite step 3t^2 - 2t^3 across [-width/2, width/2]; the smooth
+ * squares have edges of that shape and width edge. */
+QVX_API double  ZeroFunc(double x) QVX_NOEXCEPT;
+QVX_API double  UnityFunc(double x) QVX_NOEXCEPT;
+QVX_API Complex ZeroFunc1DC(double x) QVX_NOEXCEPT;
+QVX_API Complex UnityFunc1DC(double x) QVX_NOEXCEPT;
+QVX_API double  DeltaFunc(double x) QVX_NOEXCEPT;      /* 1 at x = 0 */
+QVX_API double  HeavisideFunc(double x) QVX_NOEXCEPT;  /* 1 for x >= 0 */
+QVX_API double  SincFunc(double x) QVX_NOEXCEPT;       /* sin(x)/x */
+QVX_API double  SquareFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  TriangleFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  ToothFunc(double x, double period) QVX_NOEXCEPT;
+QVX_API double  HalfCircleFunc(double x, double radius) QVX_NOEXCEPT;
+QVX_API double  QuarterCircleFunc(double x, double radius) QVX_NOEXCEPT;
+QVX_API double  Cos2PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  Cos4PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  Cos8PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  HannFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  CombSpikeFunc(double x, double period) QVX_NOEXCEPT;
+QVX_API double  SmoothStepFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  SmoothSquareFunc(double x, double width, double edge) QVX_NOEXCEPT;
+QVX_API double  SmoothSquareFunc2D(double x, double y, double widthX, double widthY,
+                                   double edge) QVX_NOEXCEPT;
+QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXCEPT;
 /* @@SPECIAL@@ */
 
 /* ======================================================================== */
 /* Strings, text files and hashes                                           */
 /* ======================================================================== */
 
-/* Shortest faithful text of x with the given significant digits. */
+/* Numbers to text. All results are new texts (FreeString). DoubleString is
+ * the number text of the whole system: "0" for zero, ">invalid_expression<"
+ * for NaN and the infinities; 1e-3 <= |x| < 1e4 prints in decimals, rounded
+ * to `digits` significant digits with trailing zeros removed; other values as
+ * mantissa "e" exponent, with "+" before a positive exponent ("1.5e+20",
+ * "2e-7"). */
 QVX_API char   *DoubleString(double x, int32_t digits) QVX_NOEXCEPT;
+QVX_API char   *DoubleStringDecimal(double x, int32_t places) QVX_NOEXCEPT;      /* exact, `places` decimals */
+QVX_API char   *DoubleStringExponential(double x, int32_t digits) QVX_NOEXCEPT;  /* d.ddde+XX, `digits` digits */
+QVX_API char   *DoubleStringRound(const char *text, int32_t digits) QVX_NOEXCEPT; /* decimal text, half up */
+QVX_API char   *DoubleStringCleanZeros(const char *text) QVX_NOEXCEPT;  /* drops fraction zeros, bare point */
+QVX_API char   *RoundDoubleString(double x, int32_t decimals) QVX_NOEXCEPT;
+QVX_API char   *RoundDoubleStringWithSpacePadding(double x, int32_t decimals) QVX_NOEXCEPT; /* zeros -> blanks */
+/* The first `digits` characters of a digit text, rounded half up on the next
+ * digit. When every kept digit rolls over (997 to 2 digits), the result is
+ * all zeros ("00") and *carry (may be null) is set to 1, else to 0. */
+QVX_API char   *RoundIntegerString(const char *text, int32_t digits, int32_t *carry) QVX_NOEXCEPT;
+QVX_API char   *IntString(int64_t value) QVX_NOEXCEPT;
+QVX_API char   *IntStringLZ(int64_t value, int32_t width) QVX_NOEXCEPT;  /* leading zeros to width */
+QVX_API char   *UInt64String(uint64_t value) QVX_NOEXCEPT;
+QVX_API uint64_t UInt64FromString(const char *text) QVX_NOEXCEPT;  /* saturates; 0 if no digits */
+QVX_API char   *ComplexString(Complex z, int32_t digits) QVX_NOEXCEPT;   /* "1+2i", "-2i", "3" */
+QVX_API char   *CharString(char c) QVX_NOEXCEPT;                         /* one-character text */
+QVX_API char    StringChar(const char *text) QVX_NOEXCEPT;               /* first character, 0 if none */
 /* @@NUMTEXT@@ */
 
+/* String handling. Texts returned are new (FreeString); a null text reads as
+ * empty. The rewriting helpers take an owned text by reference, replace it
+ * (the old block is wiped and freed), store and return the new pointer.
+ * Positions are 0-based; (first, last) ranges include both ends and are
+ * clamped. Searches answer -1 when nothing is found (also for an empty
+ * needle). StringVectors cannot hold empty strings: tokenisers drop them. */
+QVX_API char   *Concat(const char *a, const char *b) QVX_NOEXCEPT;
+QVX_API char   *Concat3(const char *a, const char *b, const char *c) QVX_NOEXCEPT;
+QVX_API char   *Concat4(const char *a, const char *b, const char *c, const char *d) QVX_NOEXCEPT;
+QVX_API char   *Concat5(const char *a, const char *b, const char *c, const char *d, const char *e) QVX_NOEXCEPT;
+QVX_API char   *ConcatN(int32_t n, ...) QVX_NOEXCEPT;              /* n texts (const char *) */
+QVX_API char   *ConcatStringVector(char **v) QVX_NOEXCEPT;
+QVX_API char   *AppendChar(char **text, char c) QVX_NOEXCEPT;
+QVX_API char   *AppendS(char **text, const char *suffix) QVX_NOEXCEPT;
+QVX_API char   *AppendString(char **text, const char *suffix, int32_t length) QVX_NOEXCEPT; /* <= length bytes */
+QVX_API char   *AugmentString(char **text, int32_t length, char fill) QVX_NOEXCEPT;  /* pad right to length */
+QVX_API char   *InsertChar(char **text, char c, int32_t position) QVX_NOEXCEPT;      /* before position */
+QVX_API char   *InsertStr(char **text, const char *insert, int32_t position) QVX_NOEXCEPT;
+QVX_API char   *CropString(const char *text, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API char  **CropStringVector(char **v, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API int32_t FindS(const char *text, const char *needle) QVX_NOEXCEPT;
+QVX_API int32_t StrStr(const char *text, const char *needle, int32_t start) QVX_NOEXCEPT;
+QVX_API char   *StrTokR(char *text, const char *delimiters, char **state) QVX_NOEXCEPT;  /* re-entrant strtok */
+QVX_API char  **StringTokens(const char *text, const char *delimiters) QVX_NOEXCEPT;
+QVX_API char   *StringInit(int32_t n, char c) QVX_NOEXCEPT;                 /* n copies of c */
+QVX_API int32_t StringEncoding(const char *text) QVX_NOEXCEPT;  /* 0 ASCII, 1 UTF-8, 2 other bytes */
+/* Every non-overlapping occurrence, left to right, over the original text. */
+QVX_API char   *SubstituteString(char **text, const char *pattern, const char *replacement) QVX_NOEXCEPT;
+QVX_API char   *SubstituteStringEqualSizes(char **text, const char *pattern, const char *replacement) QVX_NOEXCEPT;
+QVX_API char   *RemoveCharacter(char **text, char c) QVX_NOEXCEPT;
+QVX_API char   *RemoveCharacters(char **text, const char *set) QVX_NOEXCEPT;
+QVX_API char   *ReverseS(const char *text) QVX_NOEXCEPT;
+QVX_API char   *LowerCase(const char *text) QVX_NOEXCEPT;   /* ASCII letters only */
+QVX_API char   *UpperCase(const char *text) QVX_NOEXCEPT;
+QVX_API char   *InvertCase(const char *text) QVX_NOEXCEPT;
+QVX_API char   *Trim(const char *text) QVX_NOEXCEPT;                    /* blanks, tabs, CR, LF */
+QVX_API char   *TrimSub(const char *text, const char *set) QVX_NOEXCEPT;
+QVX_API int32_t LeadingCharacters(const char *text, const char *set) QVX_NOEXCEPT;   /* count in set */
+QVX_API int32_t TrailingCharacters(const char *text, const char *set) QVX_NOEXCEPT;
+QVX_API int     AlphabeticStringComparator(const void *a, const void *b) QVX_NOEXCEPT; /* qsort, char * items */
+QVX_API char   *CharToHex(unsigned char c) QVX_NOEXCEPT;        /* two upper-case digits */
+QVX_API int32_t HexByteToDecimal(const char *text) QVX_NOEXCEPT;  /* first two digits; -1 if invalid */
+QVX_API int32_t HexDigitToDecimal(char c) QVX_NOEXCEPT;
+QVX_API char   *BinToAscii(const unsigned char *bytes, int32_t length) QVX_NOEXCEPT;  /* 8 digits a byte */
+QVX_API char   *BinToAsciiB(unsigned char value) QVX_NOEXCEPT;
+QVX_API char   *BinToAsciiI(uint32_t value) QVX_NOEXCEPT;
+QVX_API char   *BinToAsciiL(const int32_t *v) QVX_NOEXCEPT;   /* 32 digits an element of a VectorL */
+QVX_API int32_t TestValidUTF8String(const char *text) QVX_NOEXCEPT;
+QVX_API int32_t UnicodeBytesToInteger(const char *text, int32_t *consumed) QVX_NOEXCEPT; /* -1 if invalid */
+/* Byte arrays: unsigned char blocks with a separate length (Free). */
+QVX_API char   *ByteArrayToString(const unsigned char *bytes, int32_t length) QVX_NOEXCEPT;
+QVX_API unsigned char *StringToByteArray(const char *text, int32_t *length) QVX_NOEXCEPT;
+QVX_API int32_t *ByteArrayToVectorL(const unsigned char *bytes, int32_t length) QVX_NOEXCEPT;
+QVX_API uint32_t *ByteArrayToVectorUInt32(const unsigned char *bytes, int32_t length) QVX_NOEXCEPT; /* 4 bytes LE */
+QVX_API unsigned char *VectorToByteArrayL(const int32_t *v, int32_t *length) QVX_NOEXCEPT;
+QVX_API unsigned char *VectorToByteArrayUInt32(const uint32_t *v, int32_t *length) QVX_NOEXCEPT;
+QVX_API int32_t *StringToVectorL(const char *text) QVX_NOEXCEPT;
+QVX_API char   *VectorToStringL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API uint32_t MergeBytesToInt(const unsigned char *bytes) QVX_NOEXCEPT;            /* 4 bytes LE */
+QVX_API void    SplitIntToBytes(uint32_t value, unsigned char *bytes) QVX_NOEXCEPT;
+QVX_API void    SplitShortToBytes(uint16_t value, unsigned char *bytes) QVX_NOEXCEPT;
+QVX_API char  **StringCombinations(const char *text, int32_t k) QVX_NOEXCEPT;  /* distinct, by position */
+QVX_API char  **StringPermutations(const char *text) QVX_NOEXCEPT;            /* distinct, sorted */
+/* String vectors: sorts are in place, in byte order (strcmp). */
+QVX_API void    SortStringVector(char **v) QVX_NOEXCEPT;
+QVX_API int32_t *SortStringVectorRef(char **v) QVX_NOEXCEPT;  /* VectorL of former 0-based indices */
+QVX_API void    SortStringVectorSizes(char **v) QVX_NOEXCEPT; /* by length, then byte order */
+QVX_API void    SortStringMatrix(char ***m, int32_t column) QVX_NOEXCEPT;  /* rows by one column */
+QVX_API char  **RemoveDuplicateStrings(char **v) QVX_NOEXCEPT;
+QVX_API int32_t TestElementS(char **v, const char *text) QVX_NOEXCEPT;
+QVX_API int32_t NOccS(const char *text, const char *needle) QVX_NOEXCEPT;
+QVX_API int32_t NOccWindowS(const char *text, const char *needle, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API int32_t PosS(char **v, const char *text) QVX_NOEXCEPT;
+QVX_API int32_t BinarySearchPosS(char **v, const char *text) QVX_NOEXCEPT;
+QVX_API char   *FGetS(FILE *file) QVX_NOEXCEPT;  /* next line without its end; null at end of file */
+
+/* File names ("/" and "\" both separate). Folders keep their final
+ * separator. ConcatFilenameR puts the suffix before the extension
+ * ("m.txt", "_REAL" -> "m_REAL.txt"), ConcatFilenameL the prefix before the
+ * file name; AppendFilenameR rewrites an owned path the same way. */
+QVX_API char   *Filename(const char *path) QVX_NOEXCEPT;
+QVX_API char   *ChangeExtension(const char *path, const char *extension) QVX_NOEXCEPT;
+QVX_API char   *AppendFilenameR(char **path, const char *suffix) QVX_NOEXCEPT;
+QVX_API char   *ConcatFilenameL(const char *path, const char *prefix) QVX_NOEXCEPT;
+QVX_API char   *ConcatFilenameR(const char *path, const char *suffix) QVX_NOEXCEPT;
+QVX_API char   *GetDirectory(const char *path) QVX_NOEXCEPT;
+QVX_API char   *ParentFolder(const char *path) QVX_NOEXCEPT;
 /* @@STRINGS@@ */
 
+/* Text and binary files. Text: one matrix row a line, "%.12E" elements
+ * ("%d"/"%u" for integers) separated by a blank, no line end after the last
+ * element of a file; matrices of a MatrixVector or VectorMatrix are blocks
+ * separated by an empty line. Complex containers use four files, the path
+ * with "_REAL", "_IMAGINARY", "_MODULUS", "_PHASE" before its extension;
+ * loaders read the first two. "MV" form: a line "n c1 r1 ... cn rn", then
+ * the rows; "VM" form: a line "m n k", then the rows. Binary (little-endian):
+ * int32 counts (n; cols, rows; n matrices) then the elements column by
+ * column. Writers return 1 on success, 0 on failure; loaders return an
+ * empty container for a missing or unreadable file (LoadFileTo...: null). */
+QVX_API char          *LoadFileToString(const char *path) QVX_NOEXCEPT;
+QVX_API unsigned char *LoadFileToByteArray(const char *path, int32_t *length) QVX_NOEXCEPT;
+QVX_API int32_t  WriteByteArray(const char *path, const unsigned char *bytes, int32_t length) QVX_NOEXCEPT;
+QVX_API int32_t  WriteS(const char *path, const char *text) QVX_NOEXCEPT;       /* the whole file */
+QVX_API int32_t  WriteString(const char *path, const char *text) QVX_NOEXCEPT;  /* appends text and "\n" */
+QVX_API int32_t  Write(const char *path, double x) QVX_NOEXCEPT;
+/* NRows: lines of the first matrix (up to an empty line); NCols: numbers on
+ * its first line; StringRows: all lines; StringCols: most tokens on a line. */
+QVX_API int32_t  NRows(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t  NCols(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t  StringRows(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t  StringCols(const char *path) QVX_NOEXCEPT;
+/* Vectors: one element a line; loaders take every number of the file. */
+QVX_API double  *LoadVector(const char *path) QVX_NOEXCEPT;
+QVX_API Complex *LoadVectorC(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t *LoadVectorL(const char *path) QVX_NOEXCEPT;
+QVX_API double  *LoadVectorBin(const char *path) QVX_NOEXCEPT;
+QVX_API Complex *LoadVectorCBin(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t *LoadVectorLBin(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVector(const char *path, const double *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorAbsC(const char *path, const Complex *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorBin(const char *path, const double *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorC(const char *path, const Complex *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorCBin(const char *path, const Complex *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorF(const char *path, const float *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorI(const char *path, const int32_t *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorL(const char *path, const int32_t *v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteVectorLBin(const char *path, const int32_t *v) QVX_NOEXCEPT;
+/* Matrices: loaders take the first matrix of a file; short lines pad with 0. */
+QVX_API double  **LoadMatrix(const char *path) QVX_NOEXCEPT;
+QVX_API Complex **LoadMatrixC(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t **LoadMatrixL(const char *path) QVX_NOEXCEPT;   /* rounded, clamped to 32 bits */
+QVX_API double  **LoadMatrixBin(const char *path) QVX_NOEXCEPT;
+QVX_API Complex **LoadMatrixCBin(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t **LoadMatrixLBin(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrix(const char *path, double **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixUInt32(const char *path, uint32_t **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixAbsC(const char *path, Complex **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixBin(const char *path, double **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixC(const char *path, Complex **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixCBin(const char *path, Complex **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixF(const char *path, float **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixI(const char *path, int32_t **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixL(const char *path, int32_t **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrixLBin(const char *path, int32_t **m) QVX_NOEXCEPT;
+/* 1DC data sets: one sample a line, "x re im" (Err: a fourth column from
+ * errors); the loader reads the first three columns into a MatrixC(2, n). */
+QVX_API Complex **LoadMatrix1DC(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrix1DC(const char *path, Complex **m) QVX_NOEXCEPT;
+QVX_API int32_t   WriteMatrix1DCErr(const char *path, Complex **m, const double *errors) QVX_NOEXCEPT;
+/* One matrix on an open stream: written with a final line end, read up to
+ * the next empty line or the end. */
+QVX_API double  **LoadOneMatrix(FILE *file) QVX_NOEXCEPT;
+QVX_API int32_t   WriteOneMatrix(FILE *file, double **m) QVX_NOEXCEPT;
+QVX_API double  ***LoadMatrixVector(const char *path) QVX_NOEXCEPT;
+QVX_API double  ***LoadMatrixVectorBin(const char *path) QVX_NOEXCEPT;
+QVX_API Complex ***LoadMatrixVectorC(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t ***LoadMatrixVectorL(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t    LoadMatrixVectorSize(const char *path) QVX_NOEXCEPT;  /* number of blocks */
+QVX_API int32_t    WriteMatrixVector(const char *path, double ***mv) QVX_NOEXCEPT;
+QVX_API int32_t    WriteMatrixVectorBin(const char *path, double ***mv) QVX_NOEXCEPT;
+QVX_API int32_t    WriteMatrixVectorC(const char *path, Complex ***mv) QVX_NOEXCEPT;
+QVX_API int32_t    WriteMatrixVectorL(const char *path, int32_t ***mv) QVX_NOEXCEPT;
+/* Matrix t to the path with "_t" before its extension. */
+QVX_API int32_t    WriteMatrixVectorFiles(const char *path, double ***mv) QVX_NOEXCEPT;
+/* VectorMatrix loaders bring all elements to the largest shape among them.
+ * 1D: m data sets sharing abscissas, one line a sample "x y1 .. ym"
+ * (1DC: "x re1 im1 .. rem imm"). */
+QVX_API double  ***LoadVectorMatrix(const char *path) QVX_NOEXCEPT;
+QVX_API double  ***LoadVectorMatrixBin(const char *path) QVX_NOEXCEPT;
+QVX_API Complex ***LoadVectorMatrixBinC(const char *path) QVX_NOEXCEPT;
+QVX_API Complex ***LoadVectorMatrixC(const char *path) QVX_NOEXCEPT;
+QVX_API double  ***LoadVectorMatrix1D(const char *path) QVX_NOEXCEPT;
+QVX_API Complex ***LoadVectorMatrix1DC(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrix(const char *path, double ***vm) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrixC(const char *path, Complex ***vm) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrixBin(const char *path, double ***vm) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrixBinC(const char *path, Complex ***vm) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrix1D(const char *path, double ***vm) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVectorMatrix1DC(const char *path, Complex ***vm) QVX_NOEXCEPT;
+QVX_API double  ***LoadMV(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t    LoadMVSize(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t   *LoadMVSpecs(const char *path) QVX_NOEXCEPT;  /* VectorL: n, c1, r1, ... */
+QVX_API int32_t    WriteMV(const char *path, double ***mv) QVX_NOEXCEPT;
+QVX_API double  ***LoadVM(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t    WriteVM(const char *path, double ***vm) QVX_NOEXCEPT;
+/* Text containers: lines are strings (empty lines left out); in a
+ * StringMatrix the lines are rows and blank-separated tokens columns. */
+QVX_API char   **LoadStringVector(const char *path) QVX_NOEXCEPT;
+QVX_API char   **LoadStringVectorN(const char *path, int32_t n) QVX_NOEXCEPT;  /* first n lines */
+QVX_API char  ***LoadStringMatrix(const char *path) QVX_NOEXCEPT;
+QVX_API int32_t  WriteStringVector(const char *path, char **v) QVX_NOEXCEPT;
+QVX_API int32_t  WriteStringMatrix(const char *path, char ***m) QVX_NOEXCEPT;
+/* Console: "%.3E" numbers; vectors one element a line, matrices one row a
+ * line; PrintStringVectorArray prints n vectors, one a line. */
+QVX_API void Print(double x) QVX_NOEXCEPT;
+QVX_API void PrintC(Complex z) QVX_NOEXCEPT;
+QVX_API void PrintF(float x) QVX_NOEXCEPT;
+QVX_API void PrintI(int32_t i) QVX_NOEXCEPT;
+QVX_API void PrintL(int32_t i) QVX_NOEXCEPT;
+QVX_API void PrintNL(void) QVX_NOEXCEPT;
+QVX_API void PrintS(const char *text) QVX_NOEXCEPT;
+QVX_API void PrintVector(const double *v) QVX_NOEXCEPT;
+QVX_API void PrintVectorC(const Complex *v) QVX_NOEXCEPT;
+QVX_API void PrintVectorF(const float *v) QVX_NOEXCEPT;
+QVX_API void PrintVectorI(const int32_t *v) QVX_NOEXCEPT;
+QVX_API void PrintVectorL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API void PrintMatrixC(Complex **m) QVX_NOEXCEPT;
+QVX_API void PrintMatrixF(float **m) QVX_NOEXCEPT;
+QVX_API void PrintMatrixI(int32_t **m) QVX_NOEXCEPT;
+QVX_API void PrintMatrixL(int32_t **m) QVX_NOEXCEPT;
+QVX_API void PrintMatrixVector(double ***mv) QVX_NOEXCEPT;
+QVX_API void PrintMatrixVectorC(Complex ***mv) QVX_NOEXCEPT;
+QVX_API void PrintStringMatrix(char ***m) QVX_NOEXCEPT;
+QVX_API void PrintStringMatrixVector(char ****v) QVX_NOEXCEPT;
+QVX_API void PrintStringVector(char **v) QVX_NOEXCEPT;
+QVX_API void PrintStringVectorArray(char ***vectors, int32_t n) QVX_NOEXCEPT;
 /* @@TEXTFILES@@ */
 
+/* Hashes and encodings. Digests are lower-case hexadecimal texts; a null
+ * text hashes as the empty one. */
+QVX_API char    *SHA256(const char *text) QVX_NOEXCEPT;
+QVX_API char    *SHA512(const char *text) QVX_NOEXCEPT;
+QVX_API char    *SHA512FromByteArray(const unsigned char *bytes, uint32_t length) QVX_NOEXCEPT;
+/* Base64 of the 64-byte SHA-512 digest; extra gives the two last characters
+ * of the alphabet, pad the padding character (0: none). */
+QVX_API char    *SHA512Base64(const char *text, const char *extra, char pad) QVX_NOEXCEPT;
+/* Non-cryptographic 64-bit FNV-1a hashes; the L form is folded to 31 bits. */
+QVX_API uint64_t HashFromByteArray(const unsigned char *bytes, uint32_t length) QVX_NOEXCEPT;
+QVX_API uint64_t HashFromString(const char *text) QVX_NOEXCEPT;
+QVX_API int32_t  HashFromStringL(const char *text) QVX_NOEXCEPT;
+/* Salted hashes. Stored form: hex(salt) hex(SHA-512(text salt)) "%02x"(salt
+ * length); length is the salt length, 0 to 255. Null on a malformed form. */
+QVX_API char    *SaltedHash(const char *text, int32_t length) QVX_NOEXCEPT;
+QVX_API char    *HashWithSalt(const char *text, const char *stored) QVX_NOEXCEPT;
+QVX_API char    *SaltFromHash(const char *stored) QVX_NOEXCEPT;
+QVX_API int32_t  TestAgainstSaltedHash(const char *text, const char *stored) QVX_NOEXCEPT;  /* 1 or 0 */
+/* Base64 (RFC 4648). OptionalChars: the 62 letters and digits, then the two
+ * characters of extra, padding pad (0: none). Triplet: count (1..3) bytes to
+ * 4 characters in out, no terminator. Decoding returns length bytes and a
+ * zero byte after them, null on invalid text. */
+QVX_API char    *Base64Encoding(const unsigned char *bytes, uint32_t length) QVX_NOEXCEPT;
+QVX_API char    *Base64EncodingOptionalChars(const unsigned char *bytes, uint32_t length,
+                                             const char *extra, char pad) QVX_NOEXCEPT;
+QVX_API void     Base64EncodingTriplet(const unsigned char *bytes, int32_t count, char *out) QVX_NOEXCEPT;
+QVX_API unsigned char *Base64Decoding(const char *text, uint32_t *length) QVX_NOEXCEPT;
+/* Seeds from text: SeedFrom4String packs the first four bytes big-endian;
+ * SeedFromStringP is SeedFromString mapped to 1 .. 2^31 - 2. */
+QVX_API int32_t  SeedFromString(const char *text) QVX_NOEXCEPT;
+QVX_API int32_t  SeedFrom4String(const char *text) QVX_NOEXCEPT;
+QVX_API int32_t  SeedFromStringP(const char *text) QVX_NOEXCEPT;
+QVX_API uint32_t LeftRotate32(uint32_t x, int32_t k) QVX_NOEXCEPT;
+QVX_API uint32_t RightRotate32(uint32_t x, int32_t k) QVX_NOEXCEPT;
+QVX_API uint64_t LeftRotate64(uint64_t x, int32_t k) QVX_NOEXCEPT;
+QVX_API uint64_t RightRotate64(uint64_t x, int32_t k) QVX_NOEXCEPT;
+/* Random texts of n characters drawn with Ran2 from the seed cell:
+ * AlphaNum [A-Za-z0-9]; AlphaNumP the same with a letter first; String bytes
+ * 1..127; Printable 32..126; ExtASCII 128..255; CharSet characters of set;
+ * Bracketed: open, n characters, close. IP fills buffer (n + 1 bytes);
+ * IP2 overwrites the characters of text. */
+QVX_API char    *RandomStringAlphaNum(int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomStringAlphaNumP(int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API void     RandomStringAlphaNumIP(char *buffer, int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API void     RandomStringAlphaNumIP2(char *text, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomString(int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomPrintableString(int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomStringExtASCII(int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomStringCharSet(int32_t n, const char *set, int32_t *seed) QVX_NOEXCEPT;
+QVX_API char    *RandomStringBracketed(int32_t n, int32_t *seed, char open, char close) QVX_NOEXCEPT;
+QVX_API char    *RandomStringBracketedExtASCII(int32_t n, int32_t *seed, char open, char close) QVX_NOEXCEPT;
 /* @@HASHES@@ */
 
 /* ======================================================================== */
