@@ -52,31 +52,109 @@ bool IsPowerOfTwo(const Nat &a) {
   return (a.back() & (a.back() - 1)) == 0;
 }
 
+}  // namespace
+
+namespace qvx::bn {
+
 // Newton iteration for 2^e / a with e = L + p, L the bit length of a,
 // from x = 2^p: x' = x (2^(e+1) - a x) / 2^e, truncated, written as
 // x + floor(x r / 2^e) with the residual r = 2^e - a x >= 0 (the iterates
 // approach 2^e / a from below). Stops when the leading p bits of two
-// successive iterates agree, and returns the later one.
-Nat NewtonReciprocal(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned char *abort) {
-  const uint64_t L = bn::BitLength(a), e = L + p;
+// successive iterates agree, and returns the later one. This is the plain
+// form, kept as the reference for the fast one below.
+Nat NewtonReciprocalReference(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned char *abort) {
+  const uint64_t L = BitLength(a), e = L + p;
   *e_out = e;
-  // The residual follows the iterates exactly: r' = r - a (x' - x), and the
-  // steps x' - x shrink as the iteration converges, so late products are short.
-  Nat x = bn::PowerOfTwo(p);
-  Nat r = bn::Sub(bn::PowerOfTwo(e), bn::ShiftLeft(a, p));
+  Nat x = PowerOfTwo(p);
   for (int guard = 0; guard < 4096; ++guard) {
-    if (bn::Aborted(abort)) break;
-    Nat step = bn::ShiftRight(bn::Mul(x, r, abort), e);
-    Nat next = bn::Add(x, step);
-    bool done = bn::Compare(Leading(x, p), Leading(next, p)) == 0;
+    if (Aborted(abort)) break;
+    Nat ax = Mul(a, x, abort);
+    Nat one = PowerOfTwo(e);
+    if (Compare(ax, one) > 0) break;  // cannot happen from below; stay safe
+    Nat next = Add(x, ShiftRight(Mul(x, Sub(one, ax), abort), e));
+    bool done = Compare(Leading(x, p), Leading(next, p)) == 0;
     x = std::move(next);
     if (done) break;
-    Nat as = bn::Mul(a, step, abort);
-    if (bn::Compare(as, r) > 0) break;  // cannot happen from below; stay safe
-    bn::SubInPlace(r, as);
   }
   return x;
 }
+
+namespace {
+
+// 64 bits of a starting at bit position pos (zeros above the top).
+uint64_t Bits64(const Nat &a, uint64_t pos) {
+  std::size_t w = pos / 64;
+  unsigned s = pos % 64;
+  uint64_t lo = w < a.size() ? a[w] >> s : 0;
+  uint64_t hi = (s && w + 1 < a.size()) ? a[w + 1] << (64 - s) : 0;
+  return lo | hi;
+}
+
+}  // namespace
+
+// The same iterates as NewtonReciprocalReference, bit for bit, without its
+// full-length products. Each step needs s = floor(x r / 2^e), which is about
+// p - k bits long once x has k correct bits, while the exact products are
+// p by L + p bits. So the step is taken from truncated operands with a
+// rigorous error bound, and checked:
+//   a = a_hi 2^ta + a_lo, and R = 2^(e - ta) - a_hi x is kept exactly
+//   (R' = R - a_hi s), so r = 2^ta R - a_lo x with 0 <= a_lo x^2 < 2^(ta + 2|x|);
+//   x = x_h 2^tx + x_l and R = R_h 2^tr + R_l drop at most
+//   2^(ta + tr + |x|) + 2^(ta + tx + |R|) from 2^ta x R.
+// The cuts are chosen so that every dropped term is below 2^(e - 64); then
+// V = x_h R_h 2^(ta + tx + tr) is within 2^(e - 63) of x r, and floor(V / 2^e)
+// is the exact step unless the 62 bits of V just below 2^e are all zeros or
+// all ones. Then (about once in 2^61 steps) the step is recomputed exactly.
+// `exactSteps` forces exact steps: bit i % 64 for iteration i (for tests).
+Nat NewtonReciprocal(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned char *abort,
+                     uint64_t exactSteps) {
+  const uint64_t L = BitLength(a), e = L + p;
+  *e_out = e;
+  constexpr uint64_t kGuard = 64, kCheck = 62;
+  const uint64_t ta = L > p + 2 + kGuard ? L - p - 2 - kGuard : 0;  // 2|x| <= 2p + 2
+  const Nat aHi = ShiftRight(a, ta);
+  Nat x = PowerOfTwo(p);
+  Nat R = Sub(PowerOfTwo(e - ta), ShiftLeft(aHi, p));
+  for (int guard = 0; guard < 4096; ++guard) {
+    if (Aborted(abort)) break;
+    const uint64_t bx = BitLength(x), bR = BitLength(R);
+    bool exact = ((exactSteps >> (guard % 64)) & 1) != 0 || ta + 2 * bx + kGuard > e;
+    Nat s;
+    if (!exact) {
+      const uint64_t tr = e - kGuard - ta - bx;  // >= 0 by the test above
+      uint64_t tx = e > kGuard + ta + bR ? e - kGuard - ta - bR : 0;
+      if (ta + tr + tx + kCheck > e) tx = e - kCheck - ta - tr;  // keep the checked bits
+      const uint64_t sh = ta + tr + tx;
+      Nat P = Mul(ShiftRight(x, tx), ShiftRight(R, tr), abort);
+      const uint64_t cut = e - sh;  // V / 2^e = P / 2^cut
+      const uint64_t window = Bits64(P, cut - kCheck) & ((uint64_t{1} << kCheck) - 1);
+      if (window == 0 || window == (uint64_t{1} << kCheck) - 1) {
+        exact = true;
+      } else {
+        s = ShiftRight(P, cut);
+      }
+    }
+    if (exact) {
+      Nat ax = Mul(a, x, abort), one = PowerOfTwo(e);
+      if (Compare(ax, one) > 0) break;  // cannot happen from below; stay safe
+      s = ShiftRight(Mul(x, Sub(one, ax), abort), e);
+    }
+    Nat next = Add(x, s);
+    bool done = Compare(Leading(x, p), Leading(next, p)) == 0;
+    x = std::move(next);
+    if (done) break;
+    Nat as = Mul(aHi, s, abort);
+    if (Compare(as, R) > 0) break;  // cannot happen from below; stay safe
+    SubInPlace(R, as);
+  }
+  return x;
+}
+
+}  // namespace qvx::bn
+
+namespace {
+
+
 
 // Newton iteration for 2^e / sqrt(a) with e = ceil(L / 2) + p, from x = 2^p:
 // x' = x (3 * 2^(2e) - a x^2) / 2^(2e + 1), truncated, as
@@ -182,7 +260,7 @@ QVX_API BitArray *InvertBitArray(BitArray *a, uint64_t precision, uint64_t *expo
       return bn::ToBitArray(Nat{1});
     }
     uint64_t e = 0;
-    Nat r = NewtonReciprocal(x, precision, &e, abort);
+    Nat r = bn::NewtonReciprocal(x, precision, &e, abort);
     *e_out = e;
     return bn::ToBitArray(r);
   });
@@ -206,7 +284,7 @@ QVX_API BitArrayFloat *DivideBitArrays(BitArray *a, BitArray *b, uint64_t precis
       return SplitFixed(x, e);
     }
     uint64_t e = 0;
-    Nat r = NewtonReciprocal(y, precision, &e, abort);
+    Nat r = bn::NewtonReciprocal(y, precision, &e, abort);
     if (bn::Aborted(abort)) return NewFloat(Zero(), Zero(), 1);
     return SplitFixed(bn::Mul(r, x, abort), e);
   });

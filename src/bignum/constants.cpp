@@ -5,9 +5,11 @@
 // Q = Q1 Q2, with a leaf (a, a + 1] giving P = 1, Q = a + 1. The result is
 // 2 plus the fraction bits of P / Q taken at 4 n bits. Factorials multiply a
 // range (a, b] the same way; the leaves here pack several small factors into
-// one 64-bit word before touching a big number, and the exported workers
-// that take BitArray bounds run the same code on 64-bit bounds.
+// one 64-bit word before touching a big number, with the factors of two
+// taken out and restored by one shift; the exported workers that take
+// BitArray bounds run the same code on 64-bit bounds.
 #include <cstdlib>
+#include <vector>
 
 #include "bignum/natural.h"
 #include "common/boundary.h"
@@ -39,9 +41,17 @@ void SumSplit(uint64_t a, uint64_t b, Nat *p, Nat *q, const unsigned char *abort
     *q = Nat{1};
     return;
   }
-  if (b == a + 1) {
-    *p = Nat{1};
-    *q = Nat{b};
+  if (b - a <= 32) {
+    // P and Q do not depend on where the range is cut: Q is the product of
+    // a + 1 .. b and P the sum over k of the products of k + 1 .. b. So a
+    // short range extends one term at a time: P' = P k + 1, Q' = Q k.
+    p->clear();
+    *q = Nat{1};
+    for (uint64_t k = a + 1; k <= b && k != 0; ++k) {
+      bn::MulSmallAddInPlace(*p, k, 1);
+      bn::MulSmallAddInPlace(*q, k, 0);
+      if (k == b) break;
+    }
     return;
   }
   uint64_t m = a + (b - a) / 2;
@@ -53,29 +63,43 @@ void SumSplit(uint64_t a, uint64_t b, Nat *p, Nat *q, const unsigned char *abort
   *q = bn::Mul(q1, q2, abort);
 }
 
-// Product of a + 1 .. b.
-Nat ProductRange(uint64_t a, uint64_t b, const unsigned char *abort) {
+// Product of words[lo, hi), halving the list so both factors of every
+// product have about the same length.
+Nat WordProduct(const std::vector<uint64_t> &words, std::size_t lo, std::size_t hi, const unsigned char *abort) {
   if (bn::Aborted(abort)) return {};
-  if (b <= a) return Nat{1};
-  if (b - a <= 64) {
+  if (hi - lo <= 16) {
     Nat r{1};
-    unsigned __int128 word = 1;
-    for (uint64_t k = a + 1; k <= b; ++k) {
-      unsigned __int128 next = word * k;
-      if (next >> 64) {
-        bn::MulSmallAddInPlace(r, static_cast<uint64_t>(word), 0);
-        word = k;
-      } else {
-        word = next;
-      }
-    }
-    bn::MulSmallAddInPlace(r, static_cast<uint64_t>(word), 0);
+    for (std::size_t i = lo; i < hi; ++i) bn::MulSmallAddInPlace(r, words[i], 0);
     return r;
   }
-  uint64_t m = a + (b - a) / 2;
-  Nat lo = ProductRange(a, m, abort);
-  Nat hi = ProductRange(m, b, abort);
-  return bn::Mul(lo, hi, abort);
+  std::size_t mid = lo + (hi - lo) / 2;
+  return bn::Mul(WordProduct(words, lo, mid, abort), WordProduct(words, mid, hi, abort), abort);
+}
+
+// Product of a + 1 .. b. The factors of two are taken out and put back as
+// one shift at the end; the odd parts are packed into 64-bit words while
+// their product fits, and the words are multiplied as a balanced tree.
+Nat ProductRange(uint64_t a, uint64_t b, const unsigned char *abort) {
+  if (b <= a) return Nat{1};
+  std::vector<uint64_t> words;
+  uint64_t twos = 0;
+  unsigned __int128 word = 1;
+  for (uint64_t k = a + 1; k <= b && k != 0; ++k) {
+    if ((k & 4095) == 0 && bn::Aborted(abort)) return {};
+    const unsigned z = static_cast<unsigned>(__builtin_ctzll(k));
+    twos += z;
+    const uint64_t odd = k >> z;
+    unsigned __int128 next = word * odd;
+    if (next >> 64) {
+      words.push_back(static_cast<uint64_t>(word));
+      word = odd;
+    } else {
+      word = next;
+    }
+    if (k == b) break;  // b may be the largest 64-bit value
+  }
+  words.push_back(static_cast<uint64_t>(word));
+  return bn::ShiftLeft(WordProduct(words, 0, words.size(), abort), twos);
 }
 
 // Bounds beyond this would not finish in any useful time or memory.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "bignum/natural.h"
@@ -62,18 +63,15 @@ std::string HexDigits(const Nat &a, std::size_t digits) {
   return s;
 }
 
-// Rounds a digit text to n digits, half up. A carry out of the first digit
-// leaves n zeros and sets *carry.
-std::string RoundDigits(const std::string &text, std::size_t n, bool *carry) {
-  *carry = false;
-  if (text.size() <= n) return text;
-  std::string r = text.substr(0, n);
-  if (text[n] >= '5') {
-    std::size_t i = n;
-    while (i > 0 && r[i - 1] == '9') r[--i] = '0';
-    if (i == 0) *carry = true;
-    else ++r[i - 1];
-  }
+// Rounds a digit text to n digits, half up, through the shared text
+// rounding; a carry out of the first digit leaves n zeros and sets *carry.
+std::string RoundDigits(const std::string &text, int32_t n, bool *carry) {
+  int32_t c = 0;
+  char *rounded = RoundIntegerString(text.c_str(), n, &c);
+  if (!rounded) throw std::bad_alloc();
+  std::string r(rounded);
+  FreeString(rounded);
+  *carry = c != 0;
   return r;
 }
 
@@ -289,7 +287,7 @@ QVX_API char *PrintBitArrayFloatToDecimal(BitArrayFloat *a, int32_t digits, unsi
       std::size_t lz = exact.find_first_not_of('0');
       if (lz == std::string::npos) lz = exact.size();
       bool carry = false;
-      std::string rest = RoundDigits(exact.substr(lz), static_cast<std::size_t>(digits), &carry);
+      std::string rest = RoundDigits(exact.substr(lz), digits, &carry);
       std::string lead = exact.substr(0, lz);
       if (carry && !lead.empty()) {
         lead.back() = '1';

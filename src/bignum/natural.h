@@ -59,6 +59,13 @@ Nat FromDecimal(const char *digits, std::size_t n, const unsigned char *abort);
 void MulLimbs(Limb *r, const Limb *a, std::size_t an, const Limb *b, std::size_t bn,
               const unsigned char *abort);
 
+// Newton reciprocal iterates for 2^e / a, e = bitlength(a) + p (a not zero,
+// not a power of two): the exact iteration and a fast form giving the same
+// bits (see arith.cpp). exactSteps forces exact steps, bit i % 64 for step i.
+Nat NewtonReciprocalReference(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned char *abort);
+Nat NewtonReciprocal(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned char *abort,
+                     uint64_t exactSteps = 0);
+
 // BitArray <-> Nat. FromBitArray reads the bits below `bits` only.
 Nat FromBitArray(const BitArray *a);
 // A new BitArray of the value with length max(bitlength, minBits, 1).

@@ -167,7 +167,9 @@ TEST_F(Random, DecimalFractionIsFloorOfScaledValue) {
     mpz_fdiv_q_2exp(t.z, t.z, p);
     std::string want = t.Dec();
     want.insert(0, k - want.size(), '0');
-    if (mpz_sgn(got.z)) EXPECT_EQ(Take(BitArrayToDecimalFractionalString(f.get(), k, nullptr)), want);
+    if (mpz_sgn(got.z)) {
+      EXPECT_EQ(Take(BitArrayToDecimalFractionalString(f.get(), k, nullptr)), want);
+    }
   }
 }
 
@@ -185,7 +187,9 @@ TEST_F(Random, PowersAndPowModMatchGmp) {
     mpz_set_ui(a.z, base);
     mpz_set_ui(m.z, mod);
     mpz_powm_ui(r.z, a.z, exp, m.z);
-    if (exp > 1) EXPECT_EQ(PowMod(base, exp, mod), mpz_get_ui(r.z));
+    if (exp > 1) {
+      EXPECT_EQ(PowMod(base, exp, mod), mpz_get_ui(r.z));
+    }
   }
   EXPECT_EQ(PowMod(2, 10, 1000), 24u);
   EXPECT_EQ(PowMod(7, 0, 5), 1u);
