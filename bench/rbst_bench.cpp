@@ -140,11 +140,22 @@ void BM_MapDelete(benchmark::State &state) {
   PerKey(state, n);
 }
 
+// Other processes share the machine, so each figure is best read as the
+// minimum over repetitions: run with
+//   --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true
+// and compare the "_min" rows.
+double Min(const std::vector<double> &v) { return v.empty() ? 0.0 : *std::min_element(v.begin(), v.end()); }
+
+void Lookups(benchmark::internal::Benchmark *b) { b->Arg(100000)->Arg(1000000)->ComputeStatistics("min", Min); }
+void WholeTree(benchmark::internal::Benchmark *b) {
+  b->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3)->ComputeStatistics("min", Min);
+}
+
 }  // namespace
 
-BENCHMARK(BM_RbstLookup)->Arg(100000)->Arg(1000000);
-BENCHMARK(BM_MapLookup)->Arg(100000)->Arg(1000000);
-BENCHMARK(BM_RbstInsert)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(BM_MapInsert)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(BM_RbstDelete)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(BM_MapDelete)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(BM_RbstLookup)->Apply(Lookups);
+BENCHMARK(BM_MapLookup)->Apply(Lookups);
+BENCHMARK(BM_RbstInsert)->Apply(WholeTree);
+BENCHMARK(BM_MapInsert)->Apply(WholeTree);
+BENCHMARK(BM_RbstDelete)->Apply(WholeTree);
+BENCHMARK(BM_MapDelete)->Apply(WholeTree);

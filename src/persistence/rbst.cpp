@@ -615,7 +615,7 @@ QVX_API void RBSTContainsAll(RBSTNode *node, RBSTNode *other_root, int32_t *flag
   });
 }
 
-QVX_API void RBSTToList(RBST *tree, RBSTNode *node, KeyList *list) noexcept {
+QVX_API void RBSTToList(RBST * /*tree*/, RBSTNode *node, KeyList *list) noexcept {
   if (!list || !node) return;
   // Right subtree, node, left subtree, each pushed at the front: the list
   // ends up ascending.

@@ -198,6 +198,16 @@ TEST(MemFile, ReadMemFileRefusesLengthsTheStreamCannotHold) {
     EXPECT_EQ(in->position, 4u) << "the bytes are left unread";
     MemClose(r);
     MemClose(in);
+    FILE *f = std::tmpfile();  // from a file the bytes are read in pieces until it ends
+    ASSERT_NE(f, nullptr);
+    std::fwrite(l, 1, 4, f);
+    std::fwrite("abcd", 1, 4, f);
+    std::rewind(f);
+    r = ReadMemFile(f, 1);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->size, 0u);
+    MemClose(r);
+    std::fclose(f);
   }
 }
 
