@@ -126,6 +126,24 @@ QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_
 
 QVX_API char *About(void) QVX_NOEXCEPT;
 
+/* Help rows by label: a StringVector of usage, help text and "" ("<unknown>"
+ * twice for a label not listed). Labels come sorted; sizes are row counts.
+ * The Instructions texts are copies of what the Set...Instructions calls
+ * stored. All results are new (FreeStringVector / FreeString). */
+QVX_API char  **GetPredefinedFunctionInfo(const char *label) QVX_NOEXCEPT;
+QVX_API char  **GetEnvironmentFunctionInfo(const char *label) QVX_NOEXCEPT;
+QVX_API char  **GetProgrammingCommandInfo(const char *label) QVX_NOEXCEPT;
+QVX_API char  **GetPredefinedFunctionLabels(void) QVX_NOEXCEPT;
+QVX_API char  **GetEnvironmentFunctionLabels(void) QVX_NOEXCEPT;
+QVX_API char  **GetProgrammingCommandLabels(void) QVX_NOEXCEPT;
+QVX_API int32_t GetPredefinedFunctionListSize(void) QVX_NOEXCEPT;
+QVX_API int32_t GetEnvironmentFunctionListSize(void) QVX_NOEXCEPT;
+QVX_API int32_t GetProgrammingCommandListSize(void) QVX_NOEXCEPT;
+QVX_API char   *Instructions(void) QVX_NOEXCEPT;
+QVX_API char   *InstructionsGraphing(void) QVX_NOEXCEPT;
+QVX_API char   *InstructionsProgramming(void) QVX_NOEXCEPT;
+QVX_API char   *InstructionsFourier(void) QVX_NOEXCEPT;
+
 /* @@HELP@@ */
 
 /* ======================================================================== */
@@ -838,6 +856,10 @@ QVX_API double  SmoothSquareFunc(double x, double width, double edge) QVX_NOEXCE
 QVX_API double  SmoothSquareFunc2D(double x, double y, double widthX, double widthY,
                                    double edge) QVX_NOEXCEPT;
 QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXCEPT;
+/* Roots of J of the order in (0, limit], found from n samples (sign changes
+ * between neighbouring samples, refined to 1e-15): a Vector, length 0 when
+ * there are none. Two roots between neighbouring samples are missed. */
+QVX_API double *BesselFuncRoots(double order, double limit, int32_t n) QVX_NOEXCEPT;
 /* @@SPECIAL@@ */
 
 /* ======================================================================== */

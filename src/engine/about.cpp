@@ -2,10 +2,4 @@
 #include "common/boundary.h"
 #include "libquorvex.h"
 
-extern "C" QVX_API char *About(void) noexcept {
-  return qvx::DupText(
-      "libquorvex " QUORVEX_VERSION
-      ": the engine of a scientific calculator and numerical toolbox. "
-      "A language of numbers, complex and unbounded numbers, symbolic expressions, "
-      "matrices, strings and maps; plots as bitmaps; and a toolkit of numerical routines.");
-}
+extern "C" QVX_API char *About(void) noexcept { return qvx::DupText("Sorvantis - A lightweight scientific toolbox.\n"); }

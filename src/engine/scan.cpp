@@ -599,6 +599,10 @@ bool IsSingleTerm(std::string_view text) {
   std::size_t i = 0;
   while (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
   const std::string_view rest = text.substr(i);
+  // Most operands hold no sign at all: one byte search settles them.
+  bool signed_ = false;
+  for (const char c : rest) signed_ |= (c == '+') | (c == '-');
+  if (!signed_) return true;
   return FindAdditive(rest, "+") < 0 && FindAdditive(rest, "-") < 0;
 }
 

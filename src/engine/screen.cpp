@@ -166,12 +166,6 @@ bool IsAssignmentEqualsAt(std::string_view t, std::size_t i) {
   return true;
 }
 
-bool HasAssignmentEqualsAnywhere(std::string_view t) {
-  for (std::size_t i = t.find('='); i != std::string_view::npos; i = t.find('=', i + 1))
-    if (IsAssignmentEqualsAt(t, i)) return true;
-  return false;
-}
-
 }  // namespace
 
 int32_t TestOperatorPlacement(std::string_view text) {
@@ -212,9 +206,10 @@ int32_t TestAssignmentForm(std::string_view text) {
   const std::string_view right = text.substr(cut + 1);
   int32_t pos = -1;
   if (FindTopLevelEquals(left, -1, &pos) || FindTopLevelEquals(right, -1, &pos)) return 0;
-  // Nor may either side hold an assignment at any depth: `a=f(b=1)` is no
-  // assignment the statement layer could carry out.
-  if (HasAssignmentEqualsAnywhere(left) || HasAssignmentEqualsAnywhere(right)) return 0;
+  // Nor may either side hold one at depth 0 when its commas are ignored
+  // (`a=b=c` is refused). An "=" inside brackets is a statement of a body:
+  // `f(n)=if:n<2,return=1,else,return=n*f(n-1);` defines a function.
+  if (FindTopLevelEquals(left, 0, &pos) || FindTopLevelEquals(right, 0, &pos)) return 0;
   return 1;
 }
 

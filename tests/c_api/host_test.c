@@ -15,7 +15,7 @@ static int failures = 0;
 
 int main(void) {
   char *about = About();
-  CHECK(about != NULL && strstr(about, "libquorvex") != NULL);
+  CHECK(about != NULL && strstr(about, "scientific toolbox") != NULL);
   FreeString(about);
 
   double *v = Vector(5);

@@ -1,0 +1,210 @@
+// The default function table of a top-level scope and the method tables of
+// the object types.
+//
+// Predefined functions are not keywords: each is a FunctionRecord with a
+// native handler under the key "name(arity)", or "name()" for a variadic
+// one, so that a call looks them up exactly as it looks up a user function
+// ("name(n)" first, then "name()"), and a user function with the same key
+// replaces one until `restore()` fills the table again. Filling inserts only
+// missing keys; the table below is inserted in its order, "abs(1)" three
+// times as it always has been (the second and third insertions find the key
+// taken).
+//
+// A handler gets the argument list (element 0 is a sentinel, so the count is
+// the number of arguments plus one), the scope it runs in and an out-flag
+// for ownership; a null result means "no value", which the caller turns into
+// the call's own text. Functions whose module is not present answer that
+// way, so `sin(1)` stays the text "sin(1)" until its handler is registered.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "common/boundary.h"
+#include "engine/evaluate.h"
+#include "engine/globals.h"
+#include "engine/program.h"
+#include "math/functions.h"
+#include "objects/environment.h"
+#include "objects/object.h"
+#include "persistence/rbst.h"
+
+namespace qvx {
+namespace {
+
+// The answer of a function whose module is not present: no value.
+Object *NotAvailable(ArgumentList *, Environment *, int32_t *owned) {
+  if (owned) *owned = 0;
+  return nullptr;
+}
+
+// Insertion order matters only for the duplicate keys; it is kept as is.
+constexpr NativeEntry kDefaultTable[] = {
+    // Environment commands.
+    {"export()", nullptr}, {"import()", nullptr}, {"listf(0)", nullptr}, {"read(1)", nullptr},
+    {"delete()", DeleteCommand}, {"introspect(0)", IntrospectCommand}, {"restore(0)", RestoreCommand},
+    {"mutate()", MutateCommand}, {"write(1)", nullptr},
+    // Number output and root finding.
+    {"bin()", nullptr}, {"hex()", nullptr}, {"dec(1)", nullptr}, {"complexroots(2)", nullptr},
+    {"divisors(1)", nullptr}, {"findpeaks(3)", nullptr}, {"findroots(3)", nullptr}, {"primefactors(1)", nullptr},
+    {"primes(2)", nullptr}, {"hmstime(3)", nullptr}, {"sigdigits()", nullptr}, {"combine()", nullptr},
+    {"permute()", nullptr}, {"polyfit()", nullptr},
+    // Introspection.
+    {"print(0)", PrintCommand}, {"type(0)", TypeCommand},
+    // Mathematical functions.
+    {"abs(1)", nullptr}, {"airya(1)", nullptr}, {"airyb(1)", nullptr}, {"arccos(1)", nullptr},
+    {"arccosh(1)", nullptr}, {"arcsin(1)", nullptr}, {"arcsinh(1)", nullptr}, {"arctan(1)", nullptr},
+    {"arctan2(2)", nullptr}, {"arctanh(1)", nullptr}, {"abs(1)", nullptr}, {"abs(1)", nullptr},
+    {"arg(1)", nullptr}, {"besseli(2)", nullptr}, {"besselj(2)", nullptr}, {"besselk(2)", nullptr},
+    {"bessely(2)", nullptr}, {"ceil(1)", nullptr}, {"comb(2)", nullptr}, {"cos(1)", nullptr},
+    {"cosh(1)", nullptr}, {"deriv()", nullptr}, {"exp(1)", nullptr}, {"floor(1)", nullptr},
+    {"gcd(2)", nullptr}, {"hypot(2)", nullptr}, {"im(1)", nullptr}, {"int()", nullptr},
+    {"legendre(3)", nullptr}, {"ln(1)", nullptr}, {"log(1)", nullptr}, {"max()", nullptr},
+    {"min()", nullptr}, {"mean()", nullptr}, {"median()", nullptr}, {"variance()", nullptr},
+    {"mod(2)", nullptr}, {"perm(2)", nullptr}, {"prod()", nullptr}, {"rand(2)", nullptr},
+    {"randint(2)", nullptr}, {"re(1)", nullptr}, {"root()", nullptr}, {"round(1)", nullptr},
+    {"sign(1)", nullptr}, {"sin(1)", nullptr}, {"sinh(1)", nullptr}, {"sqrt(1)", nullptr},
+    {"sum()", nullptr}, {"tan(1)", nullptr}, {"tanh(1)", nullptr},
+    // Readers: system functions.
+    {"readmatrix()", nullptr}, {"readstring(1)", nullptr}, {"readvector()", nullptr},
+};
+static_assert(sizeof kDefaultTable / sizeof kDefaultTable[0] == 79, "the default table has 79 insertions");
+
+constexpr NativeEntry kBignumMethods[] = {
+    {"eval(0)", nullptr}, {"shift(1)", nullptr}, {"and(1)", nullptr},
+    {"or(1)", nullptr},   {"xor(1)", nullptr},   {"not(0)", nullptr},
+};
+constexpr NativeEntry kMatrixMethods[] = {
+    {"size(0)", nullptr},      {"rank(0)", nullptr},      {"mul(1)", nullptr},       {"add(1)", nullptr},
+    {"append()", nullptr},     {"appendcol()", nullptr},  {"insert(2)", nullptr},    {"insertcol(2)", nullptr},
+    {"enlarge(1)", nullptr},   {"delete()", nullptr},     {"elem()", nullptr},       {"swap(2)", nullptr},
+    {"swapcol(2)", nullptr},   {"deletecol()", nullptr},  {"sub(1)", nullptr},       {"dirmul(1)", nullptr},
+    {"diradd(1)", nullptr},    {"transpose(0)", nullptr}, {"invert(0)", nullptr},    {"conj(0)", nullptr},
+    {"dims(0)", nullptr},      {"trace(0)", nullptr},     {"vectorize(0)", nullptr}, {"matricize(0)", nullptr},
+    {"det(0)", nullptr},       {"eigvals(0)", nullptr},   {"eigvecs(0)", nullptr},   {"array(0)", nullptr},
+    {"writematrix()", nullptr},
+};
+static_assert(sizeof kMatrixMethods / sizeof kMatrixMethods[0] == 29, "a matrix has 29 methods");
+constexpr NativeEntry kArrayMethods[] = {
+    {"size(0)", nullptr}, {"enlarge(1)", nullptr}, {"append()", nullptr}, {"insert(2)", nullptr},
+    {"swap(2)", nullptr}, {"crop(2)", nullptr},    {"delete()", nullptr}, {"matrix(0)", nullptr},
+};
+constexpr NativeEntry kStringMethods[] = {
+    {"size(0)", nullptr},   {"append()", nullptr},       {"swap(2)", nullptr},        {"charcount(0)", nullptr},
+    {"split()", nullptr},   {"crop(2)", nullptr},        {"delete()", nullptr},       {"replace(2)", nullptr},
+    {"remove(1)", nullptr}, {"compare(1)", nullptr},     {"characterize(0)", nullptr}, {"sort(0)", nullptr},
+    {"eval(0)", nullptr},   {"insert(2)", nullptr},      {"writestring(1)", nullptr}, {"enlarge(1)", nullptr},
+};
+constexpr NativeEntry kNodeMethods[] = {
+    {"value(0)", nullptr},   {"label(0)", nullptr},  {"outedges(0)", nullptr}, {"inedges(0)", nullptr},
+    {"disconnect()", nullptr}, {"isleaf(0)", nullptr}, {"isempty(0)", nullptr},  {"islocked(0)", nullptr},
+    {"lock()", nullptr},     {"unlock()", nullptr},
+};
+constexpr NativeEntry kMapMethods[] = {
+    {"add()", nullptr},     {"get(1)", nullptr},    {"keys(0)", nullptr},   {"size(0)", nullptr},
+    {"flush(0)", nullptr},  {"exists(1)", nullptr}, {"delete(1)", nullptr},
+};
+constexpr NativeEntry kClassDefinitionMethods[] = {{"toclass(1)", nullptr}};
+
+// The name part of a key: "sin(1)" -> "sin".
+char *NameOfKey(const char *key) {
+  const char *open = std::strchr(key, '(');
+  return DupText(key, open ? static_cast<std::size_t>(open - key) : std::strlen(key));
+}
+
+FunctionRecord *NewNativeRecord(const NativeEntry &e, int32_t system) {
+  auto *r = static_cast<FunctionRecord *>(std::calloc(1, sizeof(FunctionRecord)));
+  if (!r) return nullptr;
+  r->name = NameOfKey(e.key);
+  r->system = system;
+  NativeHandler predefined = e.handler ? nullptr : FindPredefinedHandler(e.key);
+  r->handler = e.handler ? e.handler : (predefined ? predefined : NotAvailable);
+  return r;
+}
+
+bool IsReader(const char *key) { return std::strncmp(key, "read", 4) == 0 && std::strcmp(key, "read(1)") != 0; }
+
+void ResetTable(RBST *t) {
+  RBST fresh = RBSTInitialize(t->free_value, t->read_value, t->write_value, t->copy_value);
+  if (t->root) {
+    RBSTFreeValues(t, t->root);
+    RBSTFreeNodes(t, t->root);
+  }
+  *t = fresh;
+}
+
+}  // namespace
+
+void FillDefaultFunctions(Environment *env) {
+  if (!env || env->isScalar) return;
+  for (const NativeEntry &e : kDefaultTable) {
+    if (env->functionTable.root && RBSTFind(env->functionTable.root, e.key)) continue;
+    if (FunctionRecord *r = NewNativeRecord(e, IsReader(e.key) ? 1 : 0))
+      RBSTInsert(&env->functionTable, env->functionTable.root, e.key, r);
+  }
+}
+
+void FillMethodTable(Environment *env, std::span<const NativeEntry> entries) {
+  if (!env || env->isScalar) return;
+  for (const NativeEntry &e : entries)
+    if (FunctionRecord *r = NewNativeRecord(e, 1)) RBSTInsert(&env->functionTable, env->functionTable.root, e.key, r);
+}
+
+std::span<const NativeEntry> BignumMethods() { return kBignumMethods; }
+std::span<const NativeEntry> MatrixMethods() { return kMatrixMethods; }
+std::span<const NativeEntry> ArrayMethods() { return kArrayMethods; }
+std::span<const NativeEntry> StringMethods() { return kStringMethods; }
+std::span<const NativeEntry> NodeMethods() { return kNodeMethods; }
+std::span<const NativeEntry> MapMethods() { return kMapMethods; }
+std::span<const NativeEntry> ClassDefinitionMethods() { return kClassDefinitionMethods; }
+
+void RestoreScope(Environment *env, bool keepLiterals) {
+  if (!env || env->isScalar) return;
+  const uint8_t saved = env->updateHistory;
+  env->updateHistory = 0;
+  if (env->seed) *env->seed = InitialSeed();
+  ResetTable(&env->functionTable);
+  if (!env->ownerObject) FillDefaultFunctions(env);
+  // Called from a running script (restore()), the old objects may still be
+  // held up the stack: an argument being bound, the receiver of a running
+  // method. They are parked rather than freed, and the literals of the
+  // script keep their names, since its text still holds them.
+  std::vector<std::pair<std::string, Object *>> kept;
+  if (keepLiterals) {
+    std::vector<RBSTNode *> stack;
+    RBSTNode *n = env->objectTable.root;
+    while (!stack.empty() || (n && !IsSentinel(n))) {
+      while (n && !IsSentinel(n)) {
+        stack.push_back(n);
+        n = n->left;
+      }
+      n = stack.back();
+      stack.pop_back();
+      if (n->value) {
+        const bool literal = env->temporaryNames.root && RBSTFind(env->temporaryNames.root, n->key);
+        const bool parked = n->key[0] == '\x05';
+        std::string key = n->key;
+        if (!literal && !parked) {
+          char name[2 + 2 * sizeof(void *) + 1];
+          std::snprintf(name, sizeof name, "%c%p", '\x05', n->value);
+          key = name;
+        }
+        kept.emplace_back(std::move(key), static_cast<Object *>(n->value));
+        n->value = nullptr;
+      }
+      n = n->right;
+    }
+  } else {
+    ClearLiterals(env, 1);
+  }
+  ResetTable(&env->objectTable);
+  ResetTable(&env->classTable);
+  env->deletedCount = 0;
+  for (auto &[key, o] : kept) RBSTInsert(&env->objectTable, env->objectTable.root, key.c_str(), o);
+  const Globals &g = G();
+  if (g.initScript && *g.initScript) FreeString(QuorvexScript(g.initScript, env, 0));
+  env->updateHistory = saved;
+}
+
+}  // namespace qvx

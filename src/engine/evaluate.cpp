@@ -1,0 +1,970 @@
+// The evaluator: operators and numeric operands.
+//
+// Read evaluate.h first. Precedence is the order of the searches: logic and
+// comparison (EvaluateArithmetic), then "+" and "-" (rightmost, "+" first),
+// "*" then "/" (rightmost), and "^" (leftmost, so it associates to the
+// right). The asymmetries are the language's: a-b+c splits at "+" and a/b*c
+// at "*".
+//
+// Three things keep a text-based evaluator affordable and safe:
+//  * Halves are views, never copies; one pass (ScanFacts) learns which
+//    operators are absent at depth 0, and absent operators are not searched
+//    for again in a half.
+//  * A chain of left-associative operators ("a+b-c+...", "a*b/c*...") is
+//    walked in a loop instead of one recursion a term, so a long sum costs
+//    neither stack nor a search of the whole text at every term.
+//  * Every entry checks the remaining stack and a per-script budget of
+//    scanned bytes, and answers a sentinel instead of crashing or hanging.
+#include "engine/evaluate.h"
+#include "engine/program.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "common/boundary.h"
+#include "engine/scan.h"
+#include "math/textarith.h"
+#include "objects/environment.h"
+
+namespace qvx {
+namespace {
+
+// ---------------------------------------------------------------------------
+// Guards.
+
+thread_local uintptr_t tStackFloor = 0;
+// Set when the stack guard refused work; the call machinery reads it to tell
+// a runaway recursion from an ordinary failure.
+thread_local bool tStackTripped = false;
+thread_local int64_t tBudget = 0;
+thread_local bool tBudgetActive = false;
+
+constexpr uintptr_t kStackMargin = 256 * 1024;
+constexpr uintptr_t kMaxStackUse = 64u * 1024 * 1024;
+
+void InitStackFloor(uintptr_t here) {
+  uintptr_t floor = here > 512 * 1024 ? here - 512 * 1024 : 0;
+#if defined(__linux__)
+  pthread_attr_t attr;
+  if (pthread_getattr_np(pthread_self(), &attr) == 0) {
+    void *addr = nullptr;
+    std::size_t size = 0;
+    if (pthread_attr_getstack(&attr, &addr, &size) == 0 && addr && size > 0) {
+      const uintptr_t low = reinterpret_cast<uintptr_t>(addr);
+      // Room kept free below the deepest evaluation for the leaf calls it
+      // makes; small for the small stacks some hosts give their threads.
+      const uintptr_t margin = std::clamp<uintptr_t>(size / 8, 32 * 1024, kStackMargin);
+      if (here > low + margin) floor = low + margin;
+      if (here > kMaxStackUse && floor < here - kMaxStackUse) floor = here - kMaxStackUse;
+    }
+    pthread_attr_destroy(&attr);
+  }
+#endif
+  tStackFloor = floor ? floor : 1;
+}
+
+bool BudgetExceeded() { return tBudgetActive && tBudget < 0; }
+
+void Spend(std::size_t bytes) {
+  if (tBudgetActive) tBudget -= static_cast<int64_t>(bytes);
+}
+
+// ---------------------------------------------------------------------------
+// Small helpers.
+
+// An evaluator result with its ownership.
+struct Held {
+  Object *object = nullptr;
+  int32_t owned = 0;
+  Held() = default;
+  Held(Object *o, int32_t own) : object(o), owned(own) {}
+  Held(const Held &) = delete;
+  Held &operator=(const Held &) = delete;
+  ~Held() { Reset(); }
+  void Reset() {
+    if (owned) FreeObject(object);
+    object = nullptr;
+    owned = 0;
+  }
+  Object *Release(int32_t *own) {
+    *own = owned;
+    Object *o = object;
+    object = nullptr;
+    owned = 0;
+    return o;
+  }
+  // Makes the held object the caller's (copying a borrowed one).
+  Object *Take(Environment *env) {
+    Object *o = object;
+    if (!owned) o = CopyObject(o, env, 1);
+    object = nullptr;
+    owned = 0;
+    return o;
+  }
+};
+
+bool AllAbsent(const Facts &f, uint32_t bits) { return (f.known & bits) == bits && !(f.present & bits); }
+Facts Inherit(const Facts &f) { return Facts{f.known & ~f.present, 0}; }
+
+Facts Known(Facts f, std::string_view text) {
+  if (f.known == kFactAll) return f;
+  return ScanFacts(text);
+}
+
+bool IsSentinelObject(const Object *o) {
+  return o && o->tag == kTagAlgebraic && o->payload && std::strchr(AlgebraicText(o), '>') &&
+         ContainsErrorSentinel(AlgebraicText(o));
+}
+
+Object *NewText(std::string_view text, Environment *env) {
+  return NewAlgebraicObjectN(text.data(), text.size(), env);
+}
+
+// An object from a result text: a number when the text is one.
+Object *ObjectFromText(std::string_view text, Environment *env) {
+  double v = 0.0;
+  if (TestNumericString(text, &v)) return NewNumericValueObject(v, 0.0, env);
+  return NewText(text, env);
+}
+
+// Texts of a scalar as a real and an imaginary part.
+struct Parts {
+  std::string re, im;
+};
+bool ScalarParts(const Object *o, Parts *p) {
+  switch (o->tag) {
+    case kTagNumeric:
+      p->re = NumberText(Numeric(o)->re);
+      p->im = NumberText(Numeric(o)->im);
+      return true;
+    case kTagSplit:
+      p->re = Split(o)->re ? Split(o)->re : "";
+      p->im = Split(o)->im ? Split(o)->im : "";
+      return true;
+    case kTagAlgebraic:
+      p->re = AlgebraicText(o);
+      p->im = "0";
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool IsZeroText(std::string_view t) {
+  double v = 0.0;
+  return t.empty() || (TestNumericString(t, &v) && v == 0.0);
+}
+
+// Brings an operand to a scalar form (11, 12 or 13): algebraic text becomes a
+// split pair with imaginary "0"; other non-scalar tags fail (null).
+Object *ReduceToScalar(Held &h, Environment *env) {
+  Object *o = h.object;
+  if (!o) return nullptr;
+  if (o->tag == kTagNumeric || o->tag == kTagSplit || o->tag == kTagBignum) return o;
+  if (o->tag != kTagAlgebraic) return nullptr;
+  Object *s = NewSplitObjectFromTexts(DupText(AlgebraicText(o)), DupText("0"), env);
+  h.Reset();
+  h.object = s;
+  h.owned = 1;
+  return s;
+}
+
+// Converts a numeric or bignum operand to a split pair in place.
+void ToSplit(Held &h, Environment *env) {
+  if (!h.object || h.object->tag == kTagSplit) return;
+  Object *o = h.object;
+  Object *s = nullptr;
+  if (o->tag == kTagNumeric) {
+    s = NewSplitObjectFromTexts(DupText(NumberText(Numeric(o)->re).c_str()),
+                                DupText(NumberText(Numeric(o)->im).c_str()), env);
+  } else if (o->tag == kTagBignum) {
+    Object *copy = h.owned ? o : CopyObject(o, env, 1);
+    if (h.owned) h.object = nullptr, h.owned = 0;
+    BignumToSplit(&copy, env, 1);
+    s = copy;
+  } else {
+    Parts p;
+    if (ScalarParts(o, &p)) s = NewSplitObjectFromTexts(DupText(p.re.c_str()), DupText(p.im.c_str()), env);
+  }
+  h.Reset();
+  h.object = s;
+  h.owned = 1;
+}
+
+Object *SplitResult(std::string re, std::string im, Environment *env) {
+  double a = 0.0, b = 0.0;
+  if (TestNumericString(re.empty() ? "0" : re, &a) && TestNumericString(im.empty() ? "0" : im, &b))
+    return NewNumericValueObject(a, b, env);
+  return NewSplitObjectFromTexts(DupText(re.c_str()), DupText(im.c_str()), env);
+}
+
+// ---------------------------------------------------------------------------
+// Operator handlers of the dispatch table.
+
+Object *HandleNumeric(Object *l, Object *r, char op, Environment *env, const OperationTexts *texts) {
+  const Complex a{Numeric(l)->re, Numeric(l)->im};
+  const Complex b{Numeric(r)->re, Numeric(r)->im};
+  Complex z{0.0, 0.0};
+  switch (op) {
+    case '+': z = Complex{a.re + b.re, a.im + b.im}; break;
+    case '-': z = Complex{a.re - b.re, a.im - b.im}; break;
+    // The three-multiplication product; it rounds differently from the
+    // four-multiplication one, and results depend on it.
+    case '*': z = MulC(a, b); break;
+    case '/': z = DivC(a, b); break;
+    case '^': z = PowC(a, b); break;
+    default: return NewSentinelObject(kSentinelInvalidExpression, env);
+  }
+  if (std::isfinite(z.re) && std::isfinite(z.im)) return NewNumericValueObject(z.re, z.im, env);
+  // A division by zero and the like stay as the text of the operation.
+  return NewText(texts ? texts->whole : std::string_view(), env);
+}
+
+Object *HandleSplit(Object *l, Object *r, char op, Environment *env, const OperationTexts *) {
+  const SplitValue *a = Split(l), *b = Split(r);
+  const std::string_view ar = a->re ? a->re : "", ai = a->im ? a->im : "";
+  const std::string_view br = b->re ? b->re : "", bi = b->im ? b->im : "";
+  switch (op) {
+    case '+': return SplitResult(AddTexts(ar, br), AddTexts(ai, bi), env);
+    case '-': return SplitResult(SubtractTexts(ar, br), SubtractTexts(ai, bi), env);
+    case '*':
+      return SplitResult(SubtractTexts(MultiplyTexts(ar, br), MultiplyTexts(ai, bi)),
+                         AddTexts(MultiplyTexts(ar, bi), MultiplyTexts(ai, br)), env);
+    case '/':
+      if (IsZeroText(bi)) return SplitResult(DivideTexts(ar, br), DivideTexts(ai, br), env);
+      return SplitResult(DivideTexts(JoinComplexText(ar, ai), JoinComplexText(br, bi)), "0", env);
+    case '^':
+      if (IsZeroText(ai) && IsZeroText(bi)) return SplitResult(PowerTexts(ar, br), "0", env);
+      return SplitResult(PowerTexts(JoinComplexText(ar, ai), JoinComplexText(br, bi)), "0", env);
+    default:
+      return NewSentinelObject(kSentinelInvalidExpression, env);
+  }
+}
+
+Object *HandleGeneric(Object *l, Object *r, char op, Environment *env, const OperationTexts *texts) {
+  // A sentinel flows up unchanged.
+  if (IsSentinelObject(l)) return NewAlgebraicObject(AlgebraicText(l), env);
+  if (IsSentinelObject(r)) return NewAlgebraicObject(AlgebraicText(r), env);
+  Held a(l, 0), b(r, 0);
+  if (!ReduceToScalar(a, env) || !ReduceToScalar(b, env))
+    return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (a.object->tag == kTagNumeric && b.object->tag == kTagNumeric)
+    return HandleNumeric(a.object, b.object, op, env, texts);
+  if (a.object->tag == kTagBignum || b.object->tag == kTagBignum) {
+    // Big-number arithmetic comes with its module; until then the pair
+    // meets as texts.
+    ToSplit(a, env);
+    ToSplit(b, env);
+  }
+  if (a.object->tag != kTagSplit) ToSplit(a, env);
+  if (b.object->tag != kTagSplit) ToSplit(b, env);
+  if (!a.object || !b.object) return NewSentinelObject(kSentinelInvalidExpression, env);
+  return HandleSplit(a.object, b.object, op, env, texts);
+}
+
+Object *HandleString(Object *l, Object *r, char op, Environment *env, const OperationTexts *) {
+  if (op != '+') return NewSentinelObject(kSentinelInvalidObject, env);
+  std::string text;
+  for (const Object *o : {l, r}) {
+    if (o->tag == kTagString) text += StringText(o);
+    else text += ObjectToText(o, 0);
+  }
+  Spend(text.size());
+  return NewStringObject(text.c_str(), env);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Guards and facts.
+
+void BeginEvaluationBudget(std::size_t textLength) {
+  const int64_t n = static_cast<int64_t>(std::min<std::size_t>(textLength, INT64_MAX / 128));
+  tBudget = std::max<int64_t>(int64_t{1} << 27, 64 * n);
+  tBudgetActive = true;
+}
+
+void SpendBudget(std::size_t bytes) { Spend(bytes); }
+bool BudgetExhausted() { return BudgetExceeded(); }
+
+bool StackExhausted() {
+  const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  if (!tStackFloor) InitStackFloor(here);
+  if (here >= tStackFloor) return false;
+  tStackTripped = true;
+  return true;
+}
+
+bool StackTripped() { return tStackTripped; }
+void ClearStackTrip() { tStackTripped = false; }
+
+Facts ScanFacts(std::string_view text) {
+  Spend(text.size());
+  Facts f;
+  f.known = kFactAll;
+  // Bracket kinds on a stack, so that a mismatch is noticed as the searches
+  // notice it; the stack lives in a per-thread buffer reused by every call.
+  thread_local std::vector<unsigned char> stack;
+  stack.clear();
+  uint32_t present = 0;
+  const std::size_t n = text.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    const char c = text[i];
+    switch (c) {
+      case '(': stack.push_back(0); continue;
+      case ':': stack.push_back(1); continue;
+      case '[': stack.push_back(2); continue;
+      case ')': case ';': case ']': {
+        const unsigned char kind = c == ')' ? 0 : c == ';' ? 1 : 2;
+        if (stack.empty() || stack.back() != kind) {
+          f.present = kFactAll;
+          return f;
+        }
+        stack.pop_back();
+        continue;
+      }
+      default:
+        break;
+    }
+    if (!stack.empty()) continue;
+    switch (c) {
+      case '+': present |= kFactPlus; break;
+      case '-': present |= kFactMinus; break;
+      case '*': present |= kFactStar; break;
+      case '/': present |= kFactSlash; break;
+      case '^': present |= kFactCaret; break;
+      case ',': present |= kFactComma; break;
+      case '=': present |= kFactEquals; break;
+      case '<': present |= kFactLess; break;
+      case '>': present |= kFactGreater; break;
+      case '&': present |= kFactAnd; break;
+      case '|': present |= kFactOr; break;
+      case '~': present |= kFactTilde; break;
+      case '.': present |= kFactDot; break;
+      case '!': case '\'': present |= kFactPostfix; break;
+      default: break;
+    }
+  }
+  if (!stack.empty()) present = kFactAll;  // unclosed: let the exact searches judge
+  f.present = present;
+  return f;
+}
+
+bool CancelRequested(const Environment *env) {
+  return env && env->cancelFlag && __atomic_load_n(env->cancelFlag, __ATOMIC_RELAXED) != 0;
+}
+
+Object *NewSentinelObject(std::string_view sentinel, Environment *env) { return NewText(sentinel, env); }
+
+// ---------------------------------------------------------------------------
+// Text tests.
+
+double AtoF(std::string_view text) {
+  double v = 0.0;
+  if (text.empty() || !TestNumericString(text, &v)) return std::nan("");
+  return v;
+}
+
+bool IsNearlyEqual(double a, double b) {
+  const double h = std::hypot(a, b);
+  if (!(h > 0.0)) return true;
+  return std::fabs(a - b) / h <= 1e-15;
+}
+
+bool IsPlainSymbol(std::string_view text) {
+  if (text.empty() || text == "i" || text == "this") return false;
+  static const auto kRefused = [] {
+    std::array<bool, 256> t{};
+    for (unsigned char c : std::string_view("*/^,.'!#@(:[);]+-=~<>&|\"")) t[c] = true;
+    return t;
+  }();
+  for (unsigned char c : text)
+    if (kRefused[c]) return false;
+  // Operators are refused above, so no sentinel can remain; a number is no name.
+  return !TestNumericString(text, nullptr);
+}
+
+bool TestCallForm(std::string_view text, int32_t isPlainSymbol) {
+  if (isPlainSymbol == 1 || text.size() < 3 || text.back() != ')') return false;
+  const std::size_t open = text.find('(');
+  if (open == std::string_view::npos || open == 0) return false;
+  if (!IsPlainSymbol(text.substr(0, open))) return false;
+  return CountOuterPairs(text.substr(open), '(', ')') > 0;
+}
+
+// ---------------------------------------------------------------------------
+// The searches.
+
+int32_t FindLogicalOperator(std::string_view text, int32_t *length, Facts facts) {
+  facts = Known(facts, text);
+  struct Level {
+    std::string_view needle;
+    bool last;
+    uint32_t needs;
+  };
+  static constexpr Level kLevels[] = {
+      {"|", false, kFactOr},
+      {"&", false, kFactAnd},
+      {"<=", true, kFactLess | kFactEquals},
+      {">=", false, kFactGreater | kFactEquals},
+      {"==", false, kFactEquals},
+      {"~=", false, kFactTilde | kFactEquals},
+      {"<", true, kFactLess},
+      {">", false, kFactGreater},
+  };
+  for (const Level &level : kLevels) {
+    if ((facts.present & level.needs) != level.needs) continue;
+    int32_t pos = -1;
+    if (level.last) FindLastTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, level.needle, &pos);
+    else FindFirstTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, level.needle, &pos);
+    if (pos >= 1) {
+      if (length) *length = static_cast<int32_t>(level.needle.size());
+      return pos;
+    }
+  }
+  if (length) *length = 0;
+  return -1;
+}
+
+namespace {
+// As FindArithmeticOperator, recording in *noBinary the operators found to
+// have no binary occurrence (valid for every depth-0 prefix of the text).
+int32_t FindArithmeticOperatorImpl(std::string_view text, char *op, const Facts &facts, uint32_t *noBinary) {
+  std::size_t lead = 0;
+  while (lead < text.size() && (text[lead] == '+' || text[lead] == '-')) ++lead;
+  auto skip = [&](uint32_t bit) { return AllAbsent(facts, bit) || (*noBinary & bit); };
+  struct Level {
+    char c;
+    uint32_t bit;
+    int kind;  // 0 additive, 1 last, 2 first
+  };
+  static constexpr Level kLevels[] = {
+      {'+', kFactPlus, 0}, {'-', kFactMinus, 0}, {'*', kFactStar, 1}, {'/', kFactSlash, 1}, {'^', kFactCaret, 2},
+  };
+  for (const Level &level : kLevels) {
+    if (skip(level.bit)) continue;
+    const std::string_view needle(&level.c, 1);
+    int32_t pos = -1;
+    if (level.kind == 0) pos = FindAdditive(text, needle);
+    else if (level.kind == 1) FindLastTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, needle, &pos);
+    else FindFirstTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, needle, &pos);
+    if (pos >= 1 && static_cast<std::size_t>(pos) >= lead) {
+      if (op) *op = level.c;
+      return pos;
+    }
+    *noBinary |= level.bit;
+  }
+  return -1;
+}
+}  // namespace
+
+int32_t FindArithmeticOperator(std::string_view text, char *op, Facts facts) {
+  uint32_t noBinary = 0;
+  return FindArithmeticOperatorImpl(text, op, facts, &noBinary);
+}
+
+// ---------------------------------------------------------------------------
+// Forms that later modules evaluate. Until they are present, each answers as
+// a missing implementation does: with its own text.
+
+namespace {
+
+Object *AnswerWithText(std::string_view text, Environment *env, int32_t *owned) {
+  *owned = 1;
+  return NewText(text, env);
+}
+
+// Variable read: the object bound to the name in the scope chain (borrowed),
+// or the name itself as an algebraic value.
+Object *ReadVariable(std::string_view name, Environment *env, int32_t *owned) {
+  return LookUpVariable(name, env, owned);
+}
+
+// A call: a null answer (the call yielded nothing) reads as 0.
+Object *CallValue(std::string_view text, Environment *env, int32_t *owned) {
+  CallText call;
+  if (!ParseCall(text, 0, 1, &call, env)) return AnswerWithText(text, env, owned);
+  Object *r = RunCall(&call, 0, env, owned);
+  if (!r) {
+    *owned = 1;
+    return NewNumericValueObject(0.0, 0.0, env);
+  }
+  return r;
+}
+
+// "this": the object whose scope this is; at a top level the whole scope.
+Object *ThisValue(Environment *env, int32_t *owned) {
+  for (Environment *e = env; e; e = ParentOf(e)) {
+    if (!e->ownerObject) {
+      *owned = 1;
+      return NewTopLevelObject(e);
+    }
+    if (e->scopeKind == 0 && static_cast<Object *>(e->ownerObject)->memberKind != 3) {
+      *owned = 0;
+      return static_cast<Object *>(e->ownerObject);
+    }
+  }
+  return AnswerWithText("this", env, owned);
+}
+
+bool IsBlockForm(std::string_view t) {
+  return t.size() >= 2 && t.front() == ':' && t.back() == ';' && CountOuterPairs(t, ':', ';') > 0;
+}
+bool IsSquareForm(std::string_view t) {
+  return t.size() >= 2 && t.front() == '[' && t.back() == ']' && CountOuterPairs(t, '[', ']') > 0;
+}
+bool IsReferenceForm(std::string_view t) { return !t.empty() && (t.front() == '#' || t.front() == '@'); }
+// Member access "a.b" (not a range "a..b"): evaluated by the member module.
+bool IsMemberForm(std::string_view t) { return TestMemberForm(t) != 0; }
+
+// Forms that EvaluateExpression handles before its construct step.
+bool IsExpressionForm(std::string_view t) {
+  return IsMemberForm(t) || t == "this" || IsSquareForm(t) || IsReferenceForm(t) || IsBlockForm(t) ||
+         t.find(':') != std::string_view::npos;
+}
+
+// The logical "not" of a value.
+Object *LogicalNot(Held &h, Environment *env) {
+  Object *o = h.object;
+  if (!o) return NewSentinelObject(kSentinelInvalidExpression, env);
+  auto notText = [env](const std::string &text) { return NewText("~(" + text + ")", env); };
+  if (o->tag == kTagNumeric) {
+    const NumericValue v = *Numeric(o);
+    if (IsNearlyEqual(v.im, 0.0)) {
+      if (IsNearlyEqual(v.re, 0.0)) return NewNumericValueObject(1.0, 0.0, env);
+      if (IsNearlyEqual(v.re, 1.0)) return NewNumericValueObject(0.0, 0.0, env);
+    }
+    return notText(JoinComplexText(NumberText(v.re), NumberText(v.im)));
+  }
+  if (IsSentinelObject(o)) return NewAlgebraicObject(AlgebraicText(o), env);
+  Parts p;
+  if (ScalarParts(o, &p)) return notText(JoinComplexText(p.re, p.im));
+  return notText(ObjectToText(o, 0));
+}
+
+// Arithmetic negation of a result (copied first when borrowed).
+Object *Negate(Object *o, int32_t *owned, Environment *env) {
+  if (!o) return o;
+  if (!*owned) {
+    o = CopyObject(o, env, 1);
+    *owned = 1;
+    if (!o) return o;
+  }
+  switch (o->tag) {
+    case kTagNumeric: {
+      NumericValue *v = Numeric(o);
+      if (std::isfinite(v->re)) v->re = -v->re;
+      if (std::isfinite(v->im)) v->im = -v->im;
+      return o;
+    }
+    case kTagBignum:
+      if (o->payload) {
+        auto *b = static_cast<BitArrayFloat *>(o->payload);
+        b->sign = static_cast<int8_t>(b->sign < 0 ? 1 : -1);
+      }
+      return o;
+    case kTagAlgebraic: {
+      if (IsSentinelObject(o)) return o;
+      std::string t = AlgebraicText(o);
+      NegateText(t);
+      WipeAndFree(static_cast<char *>(o->payload));
+      o->payload = DupText(t.c_str());
+      return o;
+    }
+    case kTagSplit: {
+      SplitValue *s = Split(o);
+      std::string re = s->re ? s->re : "", im = s->im ? s->im : "";
+      if (ContainsErrorSentinel(re) || ContainsErrorSentinel(im)) return o;
+      NegateText(re);
+      NegateText(im);
+      WipeAndFree(s->re);
+      WipeAndFree(s->im);
+      s->re = DupText(re.c_str());
+      s->im = DupText(im.c_str());
+      return o;
+    }
+    default: {
+      std::string t = ObjectToText(o, 0);
+      NegateText(t);
+      FreeObject(o);
+      return NewText(t, env);
+    }
+  }
+}
+
+// Comparison and logic on two numbers.
+Object *CompareNumbers(const NumericValue &a, const NumericValue &b, std::string_view op, int32_t negation,
+                       Environment *env, bool *handled) {
+  *handled = true;
+  bool result = false;
+  if (op == "|" || op == "&") {
+    const double ar = Round(a.re), ai = Round(a.im), br = Round(b.re), bi = Round(b.im);
+    const bool truth = (ar == 0.0 || ar == 1.0) && (br == 0.0 || br == 1.0) && ai == 0.0 && bi == 0.0;
+    if (!truth) {
+      *handled = false;
+      return nullptr;
+    }
+    result = op == "|" ? (ar == 1.0 || br == 1.0) : (ar == 1.0 && br == 1.0);
+  } else if (op == "==" || op == "~=") {
+    const bool eq = IsNearlyEqual(a.re, b.re) && IsNearlyEqual(a.im, b.im);
+    result = op == "==" ? eq : !eq;
+  } else if (op == "<") {
+    result = a.re < b.re;
+  } else if (op == ">") {
+    result = a.re > b.re;
+  } else if (op == "<=") {
+    result = !(b.re < a.re);
+  } else if (op == ">=") {
+    result = !(a.re < b.re);
+  }
+  if (negation < 0) result = !result;
+  return NewNumericValueObject(result ? 1.0 : 0.0, 0.0, env);
+}
+
+// The symbolic builders of comparison and logic: fold two numbers, else
+// write left, operator, right.
+std::string LogicText(const std::string &left, const std::string &right, std::string_view op) {
+  double a = 0.0, b = 0.0;
+  if (TestNumericString(left, &a) && TestNumericString(right, &b)) {
+    bool r = false;
+    if (op == "|") r = a != 0.0 || b != 0.0;
+    else if (op == "&") r = a != 0.0 && b != 0.0;
+    else if (op == "==") r = IsNearlyEqual(a, b);
+    else if (op == "~=") r = !IsNearlyEqual(a, b);
+    else if (op == "<") r = a < b;
+    else if (op == ">") r = a > b;
+    else if (op == "<=") r = !(b < a);
+    else if (op == ">=") r = !(a < b);
+    return r ? "1" : "0";
+  }
+  auto side = [](const std::string &t) { return HoldsLooseOperator(t) ? "(" + t + ")" : t; };
+  return side(left) + std::string(op) + side(right);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// EvaluateArithmetic.
+
+Object *EvaluateArithmetic(std::string_view text, Environment *env, Facts facts) {
+  if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  Facts f = Known(facts, text);
+  const bool logical = (f.present & (kFactOr | kFactAnd | kFactLess | kFactGreater)) ||
+                       ((f.present & kFactEquals) && (f.present & kFactTilde || text.find("==") != std::string_view::npos));
+  std::string_view view = text;
+  int32_t negation = 1;
+  if (logical) {
+    int32_t pairs = 0;
+    view = StripOuterPairsView(view, '(', ')', &pairs);
+    if (pairs) f = ScanFacts(view);
+  } else {
+    for (;;) {
+      int32_t pairs = 0;
+      view = StripOuterPairsView(view, '(', ')', &pairs);
+      if (!view.empty() && view.front() == '~') {
+        view.remove_prefix(1);
+        negation = -negation;
+        continue;
+      }
+      if (!pairs) break;
+    }
+    if (view.size() != text.size()) f = ScanFacts(view);
+  }
+  int32_t length = 0;
+  const int32_t pos = FindLogicalOperator(view, &length, f);
+  if (pos < 1) {
+    if (view.size() == text.size() && negation > 0) return NewText(text, env);  // nothing to do: no loop
+    int32_t own = 0;
+    Object *o = EvaluateOperand(view, env, &own, f);
+    Held h(o, own);
+    if (negation > 0) return h.Take(env);
+    return LogicalNot(h, env);
+  }
+  const std::string_view op = view.substr(static_cast<std::size_t>(pos), static_cast<std::size_t>(length));
+  const std::string_view leftText = view.substr(0, static_cast<std::size_t>(pos));
+  const std::string_view rightText = view.substr(static_cast<std::size_t>(pos + length));
+  int32_t lo = 0, ro = 0;
+  Object *lobj = EvaluateOperand(leftText, env, &lo);
+  Held a(lobj, lo);
+  Object *robj = EvaluateOperand(rightText, env, &ro);
+  Held b(robj, ro);
+  if (IsSentinelObject(a.object)) return NewAlgebraicObject(AlgebraicText(a.object), env);
+  if (IsSentinelObject(b.object)) return NewAlgebraicObject(AlgebraicText(b.object), env);
+  if (!ReduceToScalar(a, env) || !ReduceToScalar(b, env)) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (a.object->tag != b.object->tag) {
+    ToSplit(a, env);
+    ToSplit(b, env);
+  }
+  if (!a.object || !b.object) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (a.object->tag == kTagNumeric) {
+    bool handled = false;
+    Object *r = CompareNumbers(*Numeric(a.object), *Numeric(b.object), op, negation, env, &handled);
+    if (handled) return r;
+    ToSplit(a, env);
+    ToSplit(b, env);
+  } else if (a.object->tag == kTagBignum) {
+    ToSplit(a, env);
+    ToSplit(b, env);
+  }
+  Parts pa, pb;
+  if (!ScalarParts(a.object, &pa) || !ScalarParts(b.object, &pb))
+    return NewSentinelObject(kSentinelInvalidExpression, env);
+  std::string built = LogicText(JoinComplexText(pa.re, pa.im), JoinComplexText(pb.re, pb.im), op);
+  if (ContainsErrorSentinel(built)) return NewText(built, env);
+  if (negation < 0) {
+    if (built == "1") built = "0";
+    else if (built == "0") built = "1";
+    else built = "~(" + built + ")";
+  }
+  return ObjectFromText(built, env);
+}
+
+// ---------------------------------------------------------------------------
+// EvaluateBinary.
+
+Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env, int32_t *owned, Facts facts) {
+  *owned = 1;
+  if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  uint32_t noBinary = 0;
+  char op = 0;
+  if (position <= 0) {
+    position = FindArithmeticOperatorImpl(text, &op, facts, &noBinary);
+  } else if (static_cast<std::size_t>(position) < text.size()) {
+    op = text[static_cast<std::size_t>(position)];
+  } else {
+    position = -1;
+  }
+  if (position < 1) {
+    if (text == "i") return NewNumericValueObject(0.0, 1.0, env);
+    double v = 0.0;
+    if (TestNumericString(text, &v)) return NewNumericValueObject(v, 0.0, env);
+    return NewText(text, env);
+  }
+  // The left spine of a chain is walked in a loop when its left operand
+  // would come straight back here: no sign or bracket to strip, no "~", no
+  // logic, list, assignment or sentinel anywhere in the chain.
+  const Facts inherited = Inherit(facts);
+  const bool spine = AllAbsent(facts, kFactEquals | kFactComma | kFactLess | kFactGreater | kFactAnd | kFactOr |
+                                          kFactTilde) &&
+                     std::memchr(text.data(), '>', text.size()) == nullptr &&
+                     std::memchr(text.data(), '"', text.size()) == nullptr;
+  struct Pending {
+    std::string_view whole;
+    int32_t position;
+    char op;
+  };
+  Pending inlineSlots[8];
+  std::vector<Pending> more;
+  std::size_t count = 0;
+  auto push = [&](const Pending &p) {
+    if (count < 8) inlineSlots[count] = p;
+    else more.push_back(p);
+    ++count;
+  };
+  auto at = [&](std::size_t i) -> const Pending & { return i < 8 ? inlineSlots[i] : more[i - 8]; };
+
+  std::string_view current = text;
+  for (;;) {
+    push(Pending{current, position, op});
+    const std::string_view left = current.substr(0, static_cast<std::size_t>(position));
+    if (!spine || left.empty() || std::strchr("+-~(", left.front()) || left == "i") break;
+    if ((count & 1023) == 0 && (CancelRequested(env) || BudgetExceeded())) break;
+    char nextOp = 0;
+    const int32_t next = FindArithmeticOperatorImpl(left, &nextOp, inherited, &noBinary);
+    if (next < 1) break;
+    current = left;
+    position = next;
+    op = nextOp;
+  }
+
+  const Pending &innermost = at(count - 1);
+  int32_t own = 0;
+  Object *first = EvaluateOperand(innermost.whole.substr(0, static_cast<std::size_t>(innermost.position)), env,
+                                  &own, inherited);
+  Held acc(first, own);
+  const Globals &g = G();
+  for (std::size_t k = count; k-- > 0;) {
+    const Pending &p = at(k);
+    if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+    if (BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+    const std::string_view leftText = p.whole.substr(0, static_cast<std::size_t>(p.position));
+    const std::string_view rightText = p.whole.substr(static_cast<std::size_t>(p.position) + 1);
+    int32_t ro = 0;
+    Object *r = EvaluateOperand(rightText, env, &ro, inherited);
+    Held right(r, ro);
+    if (!acc.object || !right.object) return NewSentinelObject(kSentinelInvalidExpression, env);
+    const OperationTexts texts{leftText, rightText, p.whole};
+    const int32_t lt = acc.object->tag, rt = right.object->tag;
+    BinaryHandler h = lt >= 0 && lt < kTagCount && rt >= 0 && rt < kTagCount ? g.dispatch[lt][rt] : nullptr;
+    Object *result = h ? h(acc.object, right.object, p.op, env, &texts)
+                       : NewSentinelObject(kSentinelInvalidExpression, env);
+    acc.Reset();
+    acc.object = result;
+    acc.owned = 1;
+  }
+  return acc.Release(owned);
+}
+
+void FillDispatchTable(BinaryHandler (*table)[kTagCount]) {
+  for (int i = 0; i < kTagCount; ++i)
+    for (int j = 0; j < kTagCount; ++j) table[i][j] = HandleGeneric;
+  table[kTagNumeric][kTagNumeric] = HandleNumeric;
+  table[kTagSplit][kTagSplit] = HandleSplit;
+  table[kTagString][kTagString] = HandleString;
+  for (int t : {kTagNumeric, kTagBignum}) {
+    table[kTagString][t] = HandleString;
+    table[t][kTagString] = HandleString;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// EvaluateOperand.
+
+Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned, Facts facts) {
+  *owned = 1;
+  if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  Spend(text.size());
+  // A text built at run time may hold string literals of its own.
+  std::string protectedText;
+  if (std::memchr(text.data(), '"', text.size())) {
+    protectedText.assign(text);
+    ProtectRuntimeStrings(protectedText, env);
+    text = protectedText;
+    facts = Facts{};
+  }
+  int32_t sign = 1, single = 0;
+  std::string_view body;
+  if (!text.empty() && !std::strchr("+-(", text.front()) && AllAbsent(facts, kFactPlus | kFactMinus)) {
+    body = text;  // known to be one term with nothing to strip: no search needed
+    single = 1;
+  } else {
+    body = StripSignAndBrackets(text, &sign, &single);
+  }
+  Facts f = body.size() == text.size() ? facts : Facts{};
+  Object *result = nullptr;
+  int32_t own = 1;
+  double value = 0.0;
+  if (body.empty()) {
+    result = NewNumericValueObject(0.0, 0.0, env);
+  } else if (single && TestNumericString(body, &value)) {
+    result = std::isfinite(value) ? NewNumericValueObject(value, 0.0, env)
+                                  : NewSentinelObject(kSentinelInvalidObject, env);
+  } else if (body == "i") {
+    result = NewNumericValueObject(0.0, 1.0, env);
+  } else if (single && IsPlainSymbol(body)) {
+    // A variable. An algebraic value that evaluates to a number reads as it.
+    result = ReadVariable(body, env, &own);
+    if (result && result->tag == kTagAlgebraic && !IsSentinelObject(result) && body != AlgebraicText(result)) {
+      int32_t inner = 0;
+      Object *v = EvaluateOperand(AlgebraicText(result), env, &inner);
+      if (v && v->tag == kTagNumeric) {
+        if (own) FreeObject(result);
+        result = inner ? v : CopyObject(v, env, 1);
+        own = 1;
+      } else if (inner) {
+        FreeObject(v);
+      }
+    }
+  } else {
+    f = Known(f, body);
+    int32_t comma = 0;
+    if (f.present & kFactComma) {
+      int32_t pos = -1;
+      comma = FindLastTopLevel(body, kOpenParenBlockSquare, kCloseParenBlockSquare, ",", &pos) == 0 ? 1 : 0;
+    }
+    int32_t eqPos = -1;
+    const bool assignment = !comma && (f.present & kFactEquals) && FindTopLevelEquals(body, 0, &eqPos) == 1;
+    const bool logical = (f.present & (kFactOr | kFactAnd | kFactLess | kFactGreater)) ||
+                         ((f.present & kFactEquals) && FindLogicalOperator(body, nullptr, f) >= 1);
+    if (assignment || (std::memchr(body.data(), '>', body.size()) && ContainsErrorSentinel(body))) {
+      result = NewText(body, env);
+    } else if (single && (body.front() == '~' || logical)) {
+      result = EvaluateArithmetic(body, env, f);
+    } else if (comma) {
+      result = EvaluateExpression(body, env, &own);
+    } else if (!(f.present & (kFactPlus | kFactMinus | kFactStar | kFactSlash | kFactCaret))) {
+      // A single factor.
+      const char last = body.back();
+      if (TestCallForm(body, 0)) {
+        result = CallValue(body, env, &own);
+      } else if (last == '!' || last == '\'') {
+        result = AnswerWithText(body, env, &own);  // factorial and derivative: the function module
+      } else if (IsExpressionForm(body)) {
+        result = EvaluateExpression(body, env, &own);
+      } else {
+        result = NewText(body, env);  // how an unbound name enters arithmetic
+      }
+    } else if (body.front() == '~' || logical) {
+      result = EvaluateArithmetic(body, env, f);
+    } else {
+      result = EvaluateBinary(body, 0, env, &own, f);
+    }
+  }
+  if (sign < 0) result = Negate(result, &own, env);
+  *owned = own;
+  return result;
+}
+
+// ---------------------------------------------------------------------------
+// EvaluateExpression.
+
+Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *owned) {
+  *owned = 1;
+  if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (text.empty()) return NewNumericValueObject(0.0, 0.0, env);
+  double value = 0.0;
+  if (TestNumericString(text, &value)) return NewNumericValueObject(value, 0.0, env);
+  text = StripOuterPairsView(text, '(', ')');
+  if (env && !env->isScalar && env->deletedCount) PurgeDeletedObjects(env);
+  const Facts f = ScanFacts(text);
+  int32_t comma = 0;
+  if (f.present & kFactComma) {
+    int32_t pos = -1;
+    comma = FindLastTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, ",", &pos) == 0 ? 1 : 0;
+  }
+  int32_t eqPos = -1;
+  if (comma || ((f.present & kFactEquals) && FindTopLevelEquals(text, comma, &eqPos) == 1) || IsBlockForm(text))
+    return RunBlock(text, env, owned);
+  if (const int32_t member = TestMemberForm(text, f); member == 1) return EvaluateMemberChain(text, env, owned);
+  else if (member == 2) return AnswerWithText(text, env, owned);  // ranges: the array module
+  const bool plain = IsPlainSymbol(text);
+  if (plain) return ReadVariable(text, env, owned);
+  if (text == "this") return ThisValue(env, owned);
+  if (TestCallForm(text, 0)) return CallValue(text, env, owned);
+  if (IsSquareForm(text) && !(f.present & (kFactPlus | kFactMinus | kFactStar | kFactSlash | kFactCaret)))
+    return AnswerWithText(text, env, owned);  // array and matrix literals
+  if (IsReferenceForm(text)) return AnswerWithText(text, env, owned);
+  // The construct step.
+  const std::size_t colon = text.find(':');
+  if (colon != std::string_view::npos) {
+    const std::string_view head = text.substr(0, colon);
+    if (head == "if" || head == "for" || head == "while") return RunBlock(text, env, owned);
+    // "name:...;" constructs an object of that type (the modules of the
+    // types); anything else, such as ":3+4;*2", is arithmetic.
+    if (colon > 0 && IsPlainSymbol(head)) return AnswerWithText(text, env, owned);
+  }
+  int32_t own = 0;
+  Object *o = EvaluateOperand(text, env, &own, f);
+  if (o && o->tag == kTagSplit) {
+    const SplitValue *s = Split(o);
+    const std::string joined = JoinComplexText(s->re ? s->re : "", s->im ? s->im : "");
+    if (own) FreeObject(o);
+    *owned = 1;
+    return ObjectFromText(joined, env);
+  }
+  *owned = own;
+  return o;
+}
+
+}  // namespace qvx

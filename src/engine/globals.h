@@ -1,0 +1,61 @@
+// The one process-wide record of the engine.
+//
+// InitializeGlobals builds it once; every Environment reads it and nothing
+// writes it while scripts run, so any number of threads may evaluate in
+// separate scope trees. When a host evaluates without having called
+// InitializeGlobals, a default record built on first use serves instead.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/scan.h"
+#include "libquorvex.h"
+#include "objects/environment.h"
+#include "objects/object.h"
+
+namespace qvx {
+
+// The three texts of a binary operation, for handlers that must answer with
+// the text of the operation (a division by zero stays as its text).
+struct OperationTexts {
+  std::string_view left;
+  std::string_view right;
+  std::string_view whole;
+};
+
+// Handler of one cell of the operator dispatch table: gets both operands
+// (borrowed), the operator character and the scope; returns a new Object.
+using BinaryHandler = Object *(*)(Object *left, Object *right, char op, Environment *env,
+                                  const OperationTexts *texts);
+
+// A list of help records: the three lists of the help texts.
+struct HelpList {
+  void *head, *tail, *iterator;
+  FreeValueFn free;
+  ReadValueFn read;
+  WriteValueFn write;
+  CopyValueFn copy;
+  int32_t count;
+};
+
+struct Globals {
+  int32_t platformCode;          // 666666 at start
+  RBST typeMap;                  // value-tree type callbacks by label
+  char *initScript;
+  char *localPath;               // "./"
+  char *instructions[4];         // general, graphing, programming, Fourier
+  char *localOutPath;            // "./"
+  HelpList predefinedFunctions;
+  HelpList environmentFunctions;
+  HelpList programmingCommands;
+  Environment *scalarPrototype;  // holds eval(0), shared by all scalars
+  BinaryHandler dispatch[kTagCount][kTagCount];
+  SyntaxLists syntax;
+};
+
+// The record in use (the host's, or the default one).
+const Globals &G();
+// Fills the dispatch table (evaluate.cpp).
+void FillDispatchTable(BinaryHandler (*table)[kTagCount]);
+
+}  // namespace qvx

@@ -1,0 +1,204 @@
+// The history of a top-level scope: what the user entered and what came back.
+//
+// A doubly linked list that always holds two empty sentinel entries, one at
+// each end (input "", output null); user entries lie between them, and the
+// count includes the sentinels, so an empty history counts 2. Positions given
+// to a host count from 0 at the first user entry.
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "common/boundary.h"
+#include "libquorvex.h"
+#include "objects/environment.h"
+#include "objects/object.h"
+
+namespace qvx {
+namespace {
+
+void FreeText(void *p) { WipeAndFree(static_cast<char *>(p)); }
+
+HistoryItem *NewItem(const char *input, const char *output) {
+  auto *i = static_cast<HistoryItem *>(std::calloc(1, sizeof(HistoryItem)));
+  if (!i) return nullptr;
+  i->input = DupText(input ? input : "");
+  i->output = output ? DupText(output) : nullptr;
+  return i;
+}
+
+void FreeItem(HistoryItem *i) {
+  if (!i) return;
+  WipeAndFree(i->input);
+  WipeAndFree(i->output);
+  std::free(i);
+}
+
+// Frees every entry and links two new sentinels into the same record, so a
+// host's pointer to the list stays valid.
+void RebuildSentinels(HistoryList *list) {
+  for (HistoryItem *i = list->head; i;) {
+    HistoryItem *next = i->next;
+    FreeItem(i);
+    i = next;
+  }
+  list->head = NewItem("", nullptr);
+  list->tail = NewItem("", nullptr);
+  if (list->head && list->tail) {
+    list->head->next = list->tail;
+    list->tail->prev = list->head;
+  }
+  list->iterator = nullptr;
+  list->count = 2;
+}
+
+// The user entry at a position, or null.
+HistoryItem *ItemAt(HistoryList *list, int32_t position) {
+  if (!list || !list->head || position < 0 || position > list->count - 3) return nullptr;
+  HistoryItem *i = list->head->next;
+  for (int32_t k = 0; i && k < position; ++k) i = i->next;
+  return i == list->tail ? nullptr : i;
+}
+
+}  // namespace
+
+HistoryList *NewHistoryList() {
+  auto *list = static_cast<HistoryList *>(std::calloc(1, sizeof(HistoryList)));
+  if (!list) return nullptr;
+  list->free = FreeText;
+  list->read = nullptr;  // the string stream callbacks of the value trees
+  list->write = nullptr;
+  list->copy = StrDup;
+  RebuildSentinels(list);
+  return list;
+}
+
+void FreeHistoryList(HistoryList *list) {
+  if (!list) return;
+  for (HistoryItem *i = list->head; i;) {
+    HistoryItem *next = i->next;
+    FreeItem(i);
+    i = next;
+  }
+  std::free(list);
+}
+
+void AppendToHistoryList(HistoryList *list, const char *input, const char *output) {
+  if (!list || !list->tail) return;
+  HistoryItem *item = NewItem(input, output);
+  if (!item) return;
+  HistoryItem *before = list->tail->prev;
+  item->prev = before;
+  item->next = list->tail;
+  if (before) before->next = item;
+  list->tail->prev = item;
+  ++list->count;
+}
+
+HistoryList *CopyHistoryList(const HistoryList *list) {
+  HistoryList *copy = NewHistoryList();
+  if (!copy || !list || !list->head) return copy;
+  for (HistoryItem *i = list->head->next; i && i != list->tail; i = i->next)
+    AppendToHistoryList(copy, i->input, i->output);
+  return copy;
+}
+
+}  // namespace qvx
+
+using namespace qvx;
+
+extern "C" {
+
+QVX_API HistoryList *GetHistory(Environment *env) noexcept { return env ? env->history : nullptr; }
+
+QVX_API void AppendHistoryItem(Environment *env, const char *input, const char *output) noexcept {
+  if (env) AppendToHistoryList(env->history, input, output);
+}
+
+QVX_API void RemoveHistoryItem(Environment *env, int32_t position) noexcept {
+  if (!env || !env->history || env->history->count <= 2) return;
+  HistoryList *list = env->history;
+  HistoryItem *i = ItemAt(list, position);
+  if (!i) return;
+  if (list->iterator == i) list->iterator = i->next;
+  i->prev->next = i->next;
+  i->next->prev = i->prev;
+  FreeItem(i);
+  --list->count;
+}
+
+QVX_API void SetLastHistoryItemOutput(Environment *env, const char *output) noexcept {
+  if (!env || !env->history || env->history->count <= 2 || !env->history->tail) return;
+  HistoryItem *last = env->history->tail->prev;
+  if (!last || last == env->history->head) return;
+  WipeAndFree(last->output);
+  last->output = output ? DupText(output) : nullptr;
+}
+
+QVX_API void ClearEnvironmentHistory(Environment *env) noexcept {
+  if (!env) return;
+  if (!env->history) env->history = NewHistoryList();
+  else RebuildSentinels(env->history);
+}
+
+QVX_API void ReinitializeHistory(Environment *env) noexcept {
+  ClearEnvironmentHistory(env);
+  if (env && env->history) env->history->iterator = env->history->head;
+}
+
+QVX_API void HistoryIteratorSeekEnd(Environment *env) noexcept {
+  if (env && env->history) env->history->iterator = env->history->tail;
+}
+
+QVX_API void ClearEnvironmentHistoryEntry(HistoryItem *item) noexcept {
+  if (!item) return;
+  WipeAndFree(item->input);
+  WipeAndFree(item->output);
+  item->input = nullptr;
+  item->output = nullptr;
+}
+
+QVX_API char *EnvironmentHistoryToString(Environment *env) noexcept {
+  return Guard(static_cast<char *>(nullptr), [&]() -> char * {
+    std::string out;
+    HistoryList *list = env ? env->history : nullptr;
+    if (list && list->head) {
+      for (HistoryItem *i = list->head->next; i && i != list->tail; i = i->next) {
+        const bool last = i->next == list->tail;
+        out += i->input ? i->input : "";
+        out += "\v\v";
+        const char *o = i->output ? i->output : "";
+        if (last) {
+          out += o;
+        } else {
+          out += *o ? o : " ";
+          out += "\v\v\v\v";
+        }
+      }
+    }
+    char *text = DupText(out.data(), out.size());
+    volatile char *p = out.data();
+    for (std::size_t k = 0; k < out.size(); ++k) p[k] = 0;
+    return text;
+  });
+}
+
+QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_t selector) noexcept {
+  HistoryList *list = env ? env->history : nullptr;
+  const int32_t n = list && list->count > 2 ? list->count - 2 : 0;
+  char **v = StringVectorNULL(n);
+  if (!v) return nullptr;
+  int32_t k = 0;
+  if (list && list->head) {
+    for (HistoryItem *i = list->head->next; i && i != list->tail && k < n; i = i->next, ++k) {
+      // An empty text would end the vector: it is given as one blank, as in
+      // EnvironmentHistoryToString.
+      const char *text = selector == 0 ? i->input : i->output;
+      v[k] = DupText(text && *text ? text : " ");
+    }
+    list->iterator = list->tail;
+  }
+  for (; k < n; ++k) v[k] = DupText(" ");
+  return v;
+}
+
+}  // extern "C"
