@@ -6,6 +6,7 @@
 // gets a default record, built once on first use and never freed. Setters of
 // the record act on the host's record only.
 #include "engine/globals.h"
+#include "math/help.h"
 
 #include <atomic>
 #include <cstdio>
@@ -47,6 +48,8 @@ void FillGlobals(Globals *g) {
   for (char *&t : g->instructions) t = DupText("");
   BuildDefaultSyntaxLists(&g->syntax);
   FillDispatchTable(g->dispatch);
+  FillHelpLists(&g->predefinedFunctions, &g->environmentFunctions, &g->programmingCommands, nullptr,
+                g->instructions[0], g->instructions[1]);
   g->scalarPrototype = CreateScalarPrototype();
   if (g->scalarPrototype) {
     auto *r = static_cast<FunctionRecord *>(std::calloc(1, sizeof(FunctionRecord)));
@@ -66,6 +69,9 @@ void ReleaseGlobals(Globals *g) {
   WipeAndFree(g->localPath);
   WipeAndFree(g->localOutPath);
   for (char *t : g->instructions) WipeAndFree(t);
+  FreeHelpList(&g->predefinedFunctions);
+  FreeHelpList(&g->environmentFunctions);
+  FreeHelpList(&g->programmingCommands);
   FreeScalarPrototype(g->scalarPrototype);
 }
 
