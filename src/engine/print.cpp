@@ -25,21 +25,6 @@ std::string Quoted(const char *value) {
   return out;
 }
 
-template <class F>
-void ForEachNode(RBSTNode *root, F &&f) {
-  std::vector<RBSTNode *> stack;
-  RBSTNode *n = root;
-  while (!stack.empty() || (n && !IsSentinel(n))) {
-    while (n && !IsSentinel(n)) {
-      stack.push_back(n);
-      n = n->left;
-    }
-    n = stack.back();
-    stack.pop_back();
-    f(n);
-    n = n->right;
-  }
-}
 
 // Keys hidden from listings: element keys (a leading blank) and literal
 // placeholders (bytes 128..255).

@@ -36,21 +36,6 @@ constexpr int32_t kMaxNesting = 5000;
 
 thread_local int32_t tScriptDepth = 0;
 
-template <class F>
-void ForEachNode(RBSTNode *root, F &&f) {
-  std::vector<RBSTNode *> stack;
-  RBSTNode *n = root;
-  while (!stack.empty() || (n && !IsSentinel(n))) {
-    while (n && !IsSentinel(n)) {
-      stack.push_back(n);
-      n = n->left;
-    }
-    n = stack.back();
-    stack.pop_back();
-    f(n);
-    n = n->right;
-  }
-}
 
 void Wipe(std::string &s) {
   volatile char *p = s.data();

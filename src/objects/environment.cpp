@@ -30,22 +30,6 @@ void *CopyCell(void *p) {
   return c;
 }
 
-// In-order walk of the real nodes of a tree; f may not change the tree.
-template <class F>
-void ForEachNode(RBSTNode *root, F &&f) {
-  std::vector<RBSTNode *> stack;
-  RBSTNode *n = root;
-  while (!stack.empty() || (n && !IsSentinel(n))) {
-    while (n && !IsSentinel(n)) {
-      stack.push_back(n);
-      n = n->left;
-    }
-    n = stack.back();
-    stack.pop_back();
-    f(n);
-    n = n->right;
-  }
-}
 
 void ReleaseTable(RBST *t) {
   if (!t->root) return;

@@ -18,6 +18,24 @@ namespace qvx {
 
 inline bool IsSentinel(const RBSTNode *n) { return !n->left && !n->right; }
 
+// In-order walk of the real nodes of a tree, without recursion; f may not
+// change the tree.
+template <class F>
+void ForEachNode(RBSTNode *root, F &&f) {
+  std::vector<RBSTNode *> stack;
+  RBSTNode *n = root;
+  while (!stack.empty() || (n && !IsSentinel(n))) {
+    while (n && !IsSentinel(n)) {
+      stack.push_back(n);
+      n = n->left;
+    }
+    n = stack.back();
+    stack.pop_back();
+    f(n);
+    n = n->right;
+  }
+}
+
 // A fresh sentinel under `parent` (which may be null), or null when memory
 // runs out. Its empty key is a block of its own, so code that turns a sentinel
 // into a real node may wipe and free that key and store another.
