@@ -113,6 +113,15 @@ struct Held {
 bool AllAbsent(const Facts &f, uint32_t bits) { return (f.known & bits) == bits && !(f.present & bits); }
 Facts Inherit(const Facts &f) { return Facts{f.known & ~f.present, 0}; }
 
+// A borrowed operand points into a scope table. When the text still to be
+// evaluated can run an assignment or a call, that may replace the binding and
+// free the object, so the operand is copied first.
+void KeepAcross(Held &h, std::string_view rest, Environment *env) {
+  if (h.owned || !h.object || rest.find_first_of("(=:") == std::string_view::npos) return;
+  h.object = CopyObject(h.object, env, 1);
+  h.owned = h.object != nullptr;
+}
+
 Facts Known(Facts f, std::string_view text) {
   if (f.known == kFactAll) return f;
   return ScanFacts(text);
@@ -694,6 +703,7 @@ Object *EvaluateArithmetic(std::string_view text, Environment *env, Facts facts)
   int32_t lo = 0, ro = 0;
   Object *lobj = EvaluateOperand(leftText, env, &lo);
   Held a(lobj, lo);
+  KeepAcross(a, rightText, env);
   Object *robj = EvaluateOperand(rightText, env, &ro);
   Held b(robj, ro);
   if (IsSentinelObject(a.object)) return NewAlgebraicObject(AlgebraicText(a.object), env);
@@ -799,6 +809,7 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
     const std::string_view leftText = p.whole.substr(0, static_cast<std::size_t>(p.position));
     const std::string_view rightText = p.whole.substr(static_cast<std::size_t>(p.position) + 1);
     int32_t ro = 0;
+    KeepAcross(acc, rightText, env);
     Object *r = EvaluateOperand(rightText, env, &ro, inherited);
     Held right(r, ro);
     if (!acc.object || !right.object) return NewSentinelObject(kSentinelInvalidExpression, env);
