@@ -37,7 +37,7 @@ enum class Family { Odd, Even, Whole, Exp, Sqrt, Tan, Tanh };
 
 using Core = bool (*)(const Complex *z, int32_t n, Complex *out, Environment *env);
 
-struct Spec {
+struct FunctionRow {
   const char *name;
   int32_t minArgs, maxArgs;
   bool variadic;
@@ -280,7 +280,7 @@ bool CoreStatistic(const Complex *z, int32_t n, Complex *o, Environment *) {
 
 constexpr int32_t kMany = INT32_MAX;
 
-constexpr Spec kSpecs[] = {
+constexpr FunctionRow kSpecs[] = {
     {"abs", 1, 1, false, Family::Even, CoreAbs},
     {"airya", 1, 1, false, Family::Whole, CoreAiry<0>},
     {"airyb", 1, 1, false, Family::Whole, CoreAiry<1>},
@@ -344,16 +344,16 @@ std::string SignedCall(std::string_view name, std::string_view argument, bool ke
   return out;
 }
 
-ComplexText Symbolic(const Spec &spec, const std::vector<std::string> &args) {
+ComplexText Symbolic(const FunctionRow &row, const std::vector<std::string> &args) {
   const std::string &a = args.front();
-  switch (spec.family) {
+  switch (row.family) {
     case Family::Odd:
-      return {SignedCall(spec.name, a, true), "0"};
+      return {SignedCall(row.name, a, true), "0"};
     case Family::Even:
-      return {SignedCall(spec.name, a, false), "0"};
+      return {SignedCall(row.name, a, false), "0"};
     case Family::Tan:
     case Family::Tanh: {
-      const bool h = spec.family == Family::Tanh;
+      const bool h = row.family == Family::Tanh;
       const SignedText s = ReadSigned(a);
       std::string sine = CallText(h ? "sinh" : "sin", s.bare);
       if (s.sign < 0) sine.insert(0, 1, '-');
@@ -366,17 +366,17 @@ ComplexText Symbolic(const Spec &spec, const std::vector<std::string> &args) {
     case Family::Whole:
       break;
   }
-  return {CallText(spec.name, JoinTexts(args)), "0"};
+  return {CallText(row.name, JoinTexts(args)), "0"};
 }
 
 bool Finite(const Complex &z) { return std::isfinite(z.re) && std::isfinite(z.im); }
 
-ComplexText SplitCommon(const Spec &spec, std::string_view text, Environment *env) {
+ComplexText SplitCommon(const FunctionRow &row, std::string_view text, Environment *env) {
   if (HasErrorSentinel(text)) return {std::string(text), "0"};
   std::vector<std::string_view> pieces;
   SplitArgumentList(text, kOpenBlockParenSquare, kCloseBlockParenSquare, ',', 1, &pieces);
   const int32_t n = static_cast<int32_t>(pieces.size());
-  if (n < spec.minArgs || n > spec.maxArgs) return {CallText(spec.name, text), "0"};
+  if (n < row.minArgs || n > row.maxArgs) return {CallText(row.name, text), "0"};
   std::vector<Complex> values(static_cast<std::size_t>(n));
   std::vector<ComplexText> parts;
   parts.reserve(static_cast<std::size_t>(n));
@@ -394,12 +394,12 @@ ComplexText SplitCommon(const Spec &spec, std::string_view text, Environment *en
   for (const ComplexText &z : parts) args.push_back(JoinComplex(z.re, z.im));
   if (numeric) {
     Complex out{0.0, 0.0};
-    if (spec.core(values.data(), n, &out, env)) {
+    if (row.core(values.data(), n, &out, env)) {
       if (Finite(out)) return {NumberText(out.re), NumberText(out.im)};
-      return {CallText(spec.name, JoinTexts(args)), "0"};
+      return {CallText(row.name, JoinTexts(args)), "0"};
     }
   }
-  return Symbolic(spec, args);
+  return Symbolic(row, args);
 }
 
 Object *ResultObject(const ComplexText &r, Environment *env) {
@@ -409,11 +409,11 @@ Object *ResultObject(const ComplexText &r, Environment *env) {
   return NewSplitObjectFromTexts(DupText(r.re.c_str()), DupText(r.im.c_str()), env);
 }
 
-Object *ObjectCommon(const Spec &spec, ArgumentList *arguments, Environment *env, int32_t *owned) {
+Object *ObjectCommon(const FunctionRow &row, ArgumentList *arguments, Environment *env, int32_t *owned) {
   *owned = 1;
   const int32_t n = arguments && arguments->items ? arguments->count - 1 : -1;
-  if (n < spec.minArgs || n > spec.maxArgs) {
-    if (spec.variadic) {
+  if (n < row.minArgs || n > row.maxArgs) {
+    if (row.variadic) {
       *owned = 0;
       return nullptr;
     }
@@ -451,15 +451,15 @@ Object *ObjectCommon(const Spec &spec, ArgumentList *arguments, Environment *env
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
   if (numeric) {
     Complex out{0.0, 0.0};
-    if (spec.core(values.data(), n, &out, env)) {
+    if (row.core(values.data(), n, &out, env)) {
       if (Finite(out)) return NewNumericValueObject(out.re, out.im, env);
       // An infinite or undefined value keeps the call as its text.
-      const std::string call = CallText(spec.name, JoinTexts(texts));
+      const std::string call = CallText(row.name, JoinTexts(texts));
       if (HasErrorSentinel(call)) return NewSentinelObject(kSentinelInvalidExpression, env);
       return NewAlgebraicObject(call.c_str(), env);
     }
   }
-  return ResultObject(SplitCommon(spec, JoinTexts(texts), env), env);
+  return ResultObject(SplitCommon(row, JoinTexts(texts), env), env);
 }
 
 template <std::size_t I>
