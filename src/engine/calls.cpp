@@ -439,6 +439,7 @@ bool ParseCall(std::string_view text, int32_t allowThis, int32_t evaluate, CallT
   }
   call->list.count = static_cast<int32_t>(call->values.size());
   call->list.items = call->values.data();
+  call->list.texts = call->texts.data();
   return true;
 }
 
@@ -463,6 +464,7 @@ Object *RunCall(CallText *call, int32_t joinSplit, Environment *env, int32_t *ow
     int32_t own = 0;
     call->list.count = static_cast<int32_t>(call->values.size());
     call->list.items = call->values.data();
+    call->list.texts = call->values.size() == call->texts.size() + 1 ? call->texts.data() : nullptr;
     result = r->handler(&call->list, handlerScope, &own);
     --handlerScope->scopeDepth;
     if (!result) {

@@ -103,7 +103,7 @@ struct CallText {
   std::vector<std::string_view> texts;
   std::vector<Object *> values;   // values[0] is the list's sentinel (null)
   std::vector<uint8_t> owned;     // parallel to values
-  ArgumentList list{0, nullptr};  // count = arguments + 1, items = values
+  ArgumentList list{0, nullptr, nullptr};  // count = arguments + 1, items = values
   CallText() = default;
   CallText(const CallText &) = delete;
   CallText &operator=(const CallText &) = delete;

@@ -478,7 +478,7 @@ Object *DerivObjectHandler(ArgumentList *arguments, Environment *env, int32_t *o
     *owned = 0;
     return nullptr;
   }
-  return DerivFromArguments(nullptr, arguments->items + 1, count, env, owned);
+  return DerivFromArguments(arguments->texts, arguments->items + 1, count, env, owned);
 }
 
 char *DifferentiateText(const char *expression, const char *variable, Environment *env, std::size_t *length) {

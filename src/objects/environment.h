@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "libquorvex.h"
 #include "objects/object.h"
@@ -53,9 +54,13 @@ struct Environment {
 
 // A handler of a native function or method: argument list, the scope it is
 // called in, out-flag set to 1 when the caller owns the result.
+// `texts`, when set, holds the source text of each argument as the call was
+// written (texts[0] belongs to items[1]); handlers that need a name rather
+// than its value (the variable of deriv, sum, int) read it there.
 struct ArgumentList {
   int32_t count;
   Object **items;
+  const std::string_view *texts = nullptr;
 };
 using NativeHandler = Object *(*)(ArgumentList *arguments, Environment *env, int32_t *owned);
 
