@@ -569,8 +569,10 @@ Object *Negate(Object *o, int32_t *owned, Environment *env) {
   switch (o->tag) {
     case kTagNumeric: {
       NumericValue *v = Numeric(o);
-      if (std::isfinite(v->re)) v->re = -v->re;
-      if (std::isfinite(v->im)) v->im = -v->im;
+      // 0 - x rather than -x: a zero part stays +0, so that the phase of
+      // -1 is pi and not -pi (ln(-1) = pi*i, as for 0-1).
+      if (std::isfinite(v->re)) v->re = 0.0 - v->re;
+      if (std::isfinite(v->im)) v->im = 0.0 - v->im;
       return o;
     }
     case kTagBignum:

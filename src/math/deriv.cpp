@@ -430,6 +430,17 @@ ComplexText EvaluateDerivative(std::string_view text, Environment *env) {
   return z;
 }
 
+namespace {
+
+// A number or string the user wrote travels through the evaluator as a
+// placeholder name; it reads like a symbol but is none.
+bool IsLiteralPlaceholder(std::string_view name, Environment *env) {
+  Environment *top = env ? TopLevelOf(env) : nullptr;
+  return top && top->temporaryNames.root && RBSTFind(top->temporaryNames.root, std::string(name).c_str());
+}
+
+}  // namespace
+
 Object *DerivFromArguments(const std::string_view *texts, Object *const *values, int32_t count, Environment *env,
                            int32_t *owned) {
   *owned = 1;
@@ -457,7 +468,8 @@ Object *DerivFromArguments(const std::string_view *texts, Object *const *values,
       parts[0] = o && o->tag != kTagNumeric ? valueText : std::string(source);
     } else if (k == 1) {
       parts[1] = !source.empty() ? std::string(source) : valueText;
-      if (!IsPlainSymbol(parts[1])) return NewSentinelObject(kSentinelInvalidExpression, env);
+      if (!IsPlainSymbol(parts[1]) || IsLiteralPlaceholder(parts[1], env))
+        return NewSentinelObject(kSentinelInvalidExpression, env);
     } else {
       parts[2] = o ? valueText : std::string(source);
     }

@@ -1,6 +1,6 @@
 // Bessel functions of real order (J, Y, I, K) and the Airy functions.
 //
-// The cores follow Steed's method as published: a continued fraction (CF1)
+// The cores follow Steed's method: a continued fraction (CF1)
 // gives J'/J (or I'/I) at the requested order, a downward recurrence takes the
 // unnormalised values to an order mu in [-1/2, 1/2], and there either Temme's
 // series (x < 2, with the gamma factors of BesselGammas) or the complex
@@ -19,7 +19,7 @@
 
 namespace {
 
-using qvx::kSpecialPi;
+using qvx::kPi;
 
 constexpr int kMaxIterations = 10000;
 constexpr double kEps = 1e-16;
@@ -58,7 +58,7 @@ double Chebyshev(const double *c, int m, double x) {
 bool SeriesUnderflows(double x, double nu) {
   if (nu < 50.0 || x >= nu) return false;
   double logTerm = nu * std::log(0.5 * x) - (nu + 0.5) * std::log(nu + 1.0) + (nu + 1.0) -
-                   0.5 * std::log(2.0 * kSpecialPi);
+                   0.5 * std::log(2.0 * kPi);
   return logTerm < -760.0;
 }
 
@@ -87,7 +87,7 @@ bool HankelJY(double x, double nu, double *j, double *y) {
   double phase = 0.5 * nu + 0.25;
   double cp = qvx::CosPi(phase), sp = qvx::SinPi(phase);
   double cosChi = c * cp + s * sp, sinChi = s * cp - c * sp;
-  double scale = std::sqrt(2.0 / (kSpecialPi * x));
+  double scale = std::sqrt(2.0 / (kPi * x));
   *j = scale * (p * cosChi - q * sinChi);
   *y = scale * (p * sinChi + q * cosChi);
   return true;
@@ -104,8 +104,8 @@ double SinPi(double x) noexcept {
   if (r == 0.0 || r == 1.0) return 0.0;
   if (r == 0.5) return 1.0;
   if (r == 1.5) return -1.0;
-  if (r > 1.0) return -std::sin(kSpecialPi * (r - 1.0));
-  return std::sin(kSpecialPi * r);
+  if (r > 1.0) return -std::sin(kPi * (r - 1.0));
+  return std::sin(kPi * r);
 }
 
 double CosPi(double x) noexcept { return SinPi(x + 0.5); }
@@ -164,7 +164,7 @@ QVX_API void BesselFuncSub(double x, double order, double *j, double *y, double 
   const int nl = x < kTemmeLimit ? static_cast<int>(xnu + 0.5)
                                  : std::max(0, static_cast<int>(xnu - x + 1.5));
   const double xmu = xnu - nl, xmu2 = xmu * xmu;
-  const double xi = 1.0 / x, xi2 = 2.0 * xi, w = xi2 / kSpecialPi;
+  const double xi = 1.0 / x, xi2 = 2.0 * xi, w = xi2 / kPi;
 
   // CF1: J'_nu / J_nu by the modified Lentz method; the signs of the
   // denominators give the sign of J_nu.
@@ -212,19 +212,19 @@ QVX_API void BesselFuncSub(double x, double order, double *j, double *y, double 
   double rjmu, rymu, rymup, ry1;
   if (x < kTemmeLimit) {
     // Temme's series for Y_mu and Y_mu+1.
-    double x2 = 0.5 * x, pimu = kSpecialPi * xmu;
+    double x2 = 0.5 * x, pimu = kPi * xmu;
     double fct = std::fabs(pimu) < kEps ? 1.0 : pimu / std::sin(pimu);
     double dd = -std::log(x2), e = xmu * dd;
     double fct2 = std::fabs(e) < kEps ? 1.0 : std::sinh(e) / e;
     double gam1, gam2, gampl, gammi;
     BesselGammas(xmu, &gam1, &gam2, &gampl, &gammi);
-    double ff = 2.0 / kSpecialPi * fct * (gam1 * std::cosh(e) + gam2 * fct2 * dd);
+    double ff = 2.0 / kPi * fct * (gam1 * std::cosh(e) + gam2 * fct2 * dd);
     e = std::exp(e);
-    double p = e / (gampl * kSpecialPi);
-    double q = 1.0 / (e * kSpecialPi * gammi);
+    double p = e / (gampl * kPi);
+    double q = 1.0 / (e * kPi * gammi);
     double pimu2 = 0.5 * pimu;
     double fct3 = std::fabs(pimu2) < kEps ? 1.0 : std::sin(pimu2) / pimu2;
-    double r = kSpecialPi * pimu2 * fct3 * fct3;
+    double r = kPi * pimu2 * fct3 * fct3;
     double cc = 1.0, dsq = -x2 * x2;
     double sum = ff + r * q, sum1 = p;
     for (int k = 1; k <= kMaxIterations; ++k) {
@@ -359,7 +359,7 @@ QVX_API void BesselModFuncSub(double x, double order, double *i, double *k, doub
   // normalisation cannot underflow for large x.
   double rkmu, rk1, expScale = 0.0;
   if (x < kTemmeLimit) {
-    double x2 = 0.5 * x, pimu = kSpecialPi * xmu;
+    double x2 = 0.5 * x, pimu = kPi * xmu;
     double fct = std::fabs(pimu) < kEps ? 1.0 : pimu / std::sin(pimu);
     double dd = -std::log(x2), e = xmu * dd;
     double fct2 = std::fabs(e) < kEps ? 1.0 : std::sinh(e) / e;
@@ -403,7 +403,7 @@ QVX_API void BesselModFuncSub(double x, double order, double *i, double *k, doub
       if (std::fabs(dels / s) < kEps) break;
     }
     hh = a1 * hh;
-    rkmu = std::sqrt(kSpecialPi / (2.0 * x)) / s;
+    rkmu = std::sqrt(kPi / (2.0 * x)) / s;
     rk1 = rkmu * (xmu + x + 0.5 - hh) * xi;
     expScale = x;
   }
@@ -501,7 +501,7 @@ Complex BesselPublic(double x, double order, Kind kind) {
     switch (kind) {
       case Kind::J: value = mix(v.first, c, v.second, -s); break;
       case Kind::Y: value = mix(v.first, s, v.second, c); break;
-      case Kind::I: value = mix(v.first, 1.0, v.second, 2.0 / kSpecialPi * s); break;
+      case Kind::I: value = mix(v.first, 1.0, v.second, 2.0 / kPi * s); break;
       default: value = v.second; break;
     }
   }
@@ -556,11 +556,11 @@ QVX_API void AiryFuncSub(double x, double *ai, double *bi, double *aiprime,
   double r1, r2, r3, r4;
   if (x > 0.0) {
     BesselModFuncSub(z, 1.0 / 3.0, &r1, &r2, &r3, &r4);
-    Store(ai, rootx * onOverRoot3 * r2 / kSpecialPi);
-    Store(bi, rootx * (r2 / kSpecialPi + 2.0 * onOverRoot3 * r1));
+    Store(ai, rootx * onOverRoot3 * r2 / kPi);
+    Store(bi, rootx * (r2 / kPi + 2.0 * onOverRoot3 * r1));
     BesselModFuncSub(z, 2.0 / 3.0, &r1, &r2, &r3, &r4);
-    Store(aiprime, -x * onOverRoot3 * r2 / kSpecialPi);
-    Store(biprime, x * (r2 / kSpecialPi + 2.0 * onOverRoot3 * r1));
+    Store(aiprime, -x * onOverRoot3 * r2 / kPi);
+    Store(biprime, x * (r2 / kPi + 2.0 * onOverRoot3 * r1));
   } else {
     BesselFuncSub(z, 1.0 / 3.0, &r1, &r2, &r3, &r4);
     Store(ai, 0.5 * rootx * (r1 - onOverRoot3 * r2));

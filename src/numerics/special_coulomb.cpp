@@ -19,7 +19,7 @@
 namespace {
 
 using Cx = std::complex<double>;
-using qvx::kSpecialPi;
+using qvx::kPi;
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
@@ -165,7 +165,7 @@ void IntegrateABM(double eta, double L, double x0, double u0, double du0, double
 
 // log C_L(eta) = L ln 2 - pi eta / 2 + Re ln Gamma(L + 1 + i eta) - ln Gamma(2L + 2).
 double LogNormalisation(double eta, double L) {
-  return L * std::log(2.0) - 0.5 * kSpecialPi * eta +
+  return L * std::log(2.0) - 0.5 * kPi * eta +
          qvx::LogGammaComplexAccurate(Cx(L + 1.0, eta)).real() - qvx::LogGammaAccurate(2.0 * L + 2.0);
 }
 
@@ -211,7 +211,7 @@ QVX_API void CoulombWaveFuncBesselSph(double x, double L, double *j, double *y, 
   }
   double J, Y, Jp, Yp;
   BesselFuncSub(x, L + 0.5, &J, &Y, &Jp, &Yp);
-  double f = std::sqrt(0.5 * kSpecialPi / x);
+  double f = std::sqrt(0.5 * kPi / x);
   Store(j, f * J);
   Store(y, f * Y);
   Store(jp, f * (Jp - 0.5 * J / x));

@@ -9,15 +9,15 @@
 
 namespace qvx {
 
-constexpr double kSpecialPi = 3.14159265358979323846;
+constexpr double kPi = 3.14159265358979323846;
 
 // sin(pi*x) and cos(pi*x), exact at integers and half integers.
 double SinPi(double x) noexcept;
 double CosPi(double x) noexcept;
 
 // log|Gamma(x)| to about 1e-15 relative (Lanczos, g = 7, nine terms), with the
-// reflection for x < 0.5. Used where the exported GammaLn, whose coefficients
-// are fixed, would be too coarse (normalisations of Coulomb and Wigner values).
+// reflection for x < 0.5. Used where the six-term series of the exported
+// GammaLn would be too coarse (normalisations of Coulomb and Wigner values).
 double LogGammaAccurate(double x) noexcept;
 
 // log Gamma(z) for complex z with the same series, reflection below Re z 0.5.

@@ -17,7 +17,7 @@
 
 namespace {
 
-using qvx::kSpecialPi;
+using qvx::kPi;
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 // Degrees beyond this would make the recurrences run for seconds.
@@ -103,7 +103,7 @@ QVX_API Complex HydrogenWaveFunc(int32_t n, int32_t l, int32_t m, double r, doub
   double radial = std::exp(lnNorm - 0.5 * rho) * std::pow(rho, l) *
                   LaguerreFunc(rho, n - l - 1, 2.0 * l + 1.0);
   int32_t am = std::abs(m);
-  double lnY = 0.5 * (std::log((2.0 * l + 1.0) / (4.0 * kSpecialPi)) + FactorialLn(l - am) -
+  double lnY = 0.5 * (std::log((2.0 * l + 1.0) / (4.0 * kPi)) + FactorialLn(l - am) -
                       FactorialLn(l + am));
   // Y_l^m with |m|, then Y_l^{-m} = (-1)^m conj(Y_l^m).
   double angular = std::exp(lnY) * LegendreFunc(std::cos(theta), l, am);

@@ -13,7 +13,7 @@
 
 namespace {
 
-using qvx::kSpecialPi;
+using qvx::kPi;
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 bool BadPair(double x, double w) { return std::isnan(x) || std::isnan(w); }
@@ -22,7 +22,7 @@ bool BadPair(double x, double w) { return std::isnan(x) || std::isnan(w); }
 double CosPowerPulse(double x, double width, int power) {
   if (BadPair(x, width)) return kNaN;
   if (!(width > 0.0) || std::fabs(x) > 0.5 * width) return 0.0;
-  double c = std::cos(kSpecialPi * x / width);
+  double c = std::cos(kPi * x / width);
   double r = 1.0;
   for (int i = 0; i < power; ++i) r *= c;
   return r;
@@ -107,7 +107,7 @@ QVX_API double Cos8PulseFunc(double x, double width) noexcept { return CosPowerP
 QVX_API double HannFunc(double x, double width) noexcept {
   if (BadPair(x, width)) return kNaN;
   if (!(width > 0.0) || x < 0.0 || x > width) return 0.0;
-  return 0.5 * (1.0 - std::cos(2.0 * kSpecialPi * x / width));
+  return 0.5 * (1.0 - std::cos(2.0 * kPi * x / width));
 }
 
 // 1 at the integer multiples of the period (within a relative 1e-9 of the

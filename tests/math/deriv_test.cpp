@@ -10,6 +10,7 @@
 #include "engine/scan.h"
 #include "libquorvex.h"
 #include "math/deriv.h"
+#include "../engine/session.h"
 #include "math/functions.h"
 #include "math/textarith.h"
 #include "objects/environment.h"
@@ -166,6 +167,31 @@ TEST(Derivative, LongAndDeepInputsEndInTime) {
   const ComplexText n = EvaluateDerivative(nested + ",x", s.env);
   EXPECT_FALSE(n.re.empty());
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+}  // namespace
+}  // namespace qvx
+
+namespace qvx {
+namespace {
+
+// Through the script entry the variable is read as it was written, so a
+// stored x is the point of evaluation, not a constant.
+TEST(Derivative, ScriptWithStoredVariable) {
+  test::Session s;
+  s.Run("x=3");
+  EXPECT_EQ(s.Run("deriv(x^2,x)"), "6");
+  EXPECT_EQ(s.Run("deriv(x^3,x,2)"), "12");
+  EXPECT_EQ(s.Run("x"), "3");
+  EXPECT_EQ(s.Run("deriv(x^2,3)"), ">invalid_expression<");
+  EXPECT_EQ(s.Run("deriv(y^2,y)"), "2*y");
+}
+
+// Negation keeps zero parts positive: the phase of -1 is pi.
+TEST(Derivative, NegatedRealHasPositivePhase) {
+  test::Session s;
+  EXPECT_EQ(s.Run("ln(-1)"), s.Run("ln(0-1)"));
+  EXPECT_EQ(s.Run("arg(-1)"), "3.14159265358979");
 }
 
 }  // namespace
