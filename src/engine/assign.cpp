@@ -753,6 +753,10 @@ Object *EvaluateMemberChain(std::string_view text, Environment *env, int32_t *ow
       result = CopyObject(result, env, 1);
       resultOwned = 1;
     }
+    // A method run on a temporary made its result in the temporary's scope;
+    // that scope goes with the temporary, so the result moves to ours.
+    for (Object *k : keep)
+      if (result && k != result && result->parentEnvironment == k->environment) result->parentEnvironment = env;
     for (Object *k : keep)
       if (k != result) FreeObject(k);
     *owned = resultOwned;

@@ -74,6 +74,16 @@ TEST(Assign, MissingMembersAreInvalidObjects) {
   EXPECT_EQ(s.Run("u.b=2"), ">invalid_expression<");
 }
 
+// A function called as a method of a temporary: the temporary is freed at the
+// end of the chain, its result must not keep a link into it (ASan checks).
+TEST(Assign, MethodOfATemporaryOutlivesIt) {
+  Session s;
+  EXPECT_EQ(s.Run("(2).tan(1)"), s.Run("tan(1)"));
+  EXPECT_EQ(s.Run("(1+2).sin(0)"), "0");
+  EXPECT_EQ(s.Run("y=(x,y).tan(1)"), "y <- (x,y).tan(1)");
+  EXPECT_EQ(s.Run("y"), s.Run("tan(1)"));
+}
+
 TEST(Assign, MemberForm) {
   struct Case {
     const char *text;
