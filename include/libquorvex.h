@@ -860,6 +860,227 @@ QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXC
  * between neighbouring samples, refined to 1e-15): a Vector, length 0 when
  * there are none. Two roots between neighbouring samples are missed. */
 QVX_API double *BesselFuncRoots(double order, double limit, int32_t n) QVX_NOEXCEPT;
+/* Integration, root finding and ODE */
+/* Callbacks. Functions of one variable come plain or, in the P forms, with a
+ * pointer passed through unchanged. Functions of several variables (fields,
+ * curves, surfaces, right-hand sides of ODEs) always take that pointer;
+ * their points and results are Vectors (length in element 0), the result
+ * Vector allocated by the caller with the length the function documents. */
+typedef double  (*RealFn)(double x);
+typedef double  (*RealFnP)(double x, void *params);
+typedef Complex (*ComplexFn)(double x);
+typedef Complex (*ComplexFnP)(double x, void *params);
+typedef double  (*RealFn2)(double x, double y, void *params);
+typedef double  (*ScalarFieldFn)(const double *r, void *params);
+typedef void    (*VectorFieldFn)(const double *r, double *out, void *params);   /* out as long as r */
+typedef void    (*CurveFn)(double t, double *r, void *params);                  /* fills r */
+typedef void    (*SurfaceFn)(double u, double v, double *r, void *params);      /* fills r, length 3 */
+typedef void    (*OdeFn)(double t, const double *y, double *dydt, void *params);    /* dydt as long as y */
+typedef void    (*OdeFnC)(double t, const Complex *y, Complex *dydt, void *params);
+
+/* A 1D set is a Matrix(2, n) (abscissas, ordinates), a 1DC set a
+ * MatrixC(2, n) with the abscissas in the real parts; abscissas ascend.
+ * BinarySearchPos: index (1..n) of the last element at or below x in an
+ * ascending Vector, 0 when x is below the first element or NaN. */
+QVX_API int32_t  BinarySearchPos(const double *v, double x) QVX_NOEXCEPT;
+/* Simpson's rule over the samples between a and b (abscissas may be
+ * unevenly spaced); a > b gives the negated integral; 0 with fewer than two
+ * samples in range; NaN for a NaN limit. */
+QVX_API Complex  SimpsonIntegral1DC(Complex **set, double a, double b) QVX_NOEXCEPT;
+/* Roots and peaks of sampled data: a Vector of abscissas, ascending, length
+ * 0 when there are none. A sample whose |value| is at most tolerance is a
+ * root itself; sign changes between samples are refined on the local cubic.
+ * The C forms look at the real part and keep a root only where the
+ * imaginary part vanishes there too. FindRoots also looks at each dip of
+ * |value| without a sign change: the parabola through its three samples
+ * gives an even-order (touching) root when its vertex is within tolerance
+ * of zero, or two roots closer together than the sampling. Peaks are interior local maxima (of the modulus for FindPeaks1DC),
+ * refined on the parabola through three samples. */
+QVX_API double  *FindSimpleRoots1D(double **set, double tolerance) QVX_NOEXCEPT;
+QVX_API double  *FindSimpleRoots1DC(Complex **set, double tolerance) QVX_NOEXCEPT;
+QVX_API double  *FindRoots1D(double **set, double tolerance) QVX_NOEXCEPT;
+QVX_API double  *FindRoots1DC(Complex **set, double tolerance) QVX_NOEXCEPT;
+QVX_API double  *FindPeaks1D(double **set) QVX_NOEXCEPT;
+QVX_API double  *FindPeaks1DC(Complex **set) QVX_NOEXCEPT;
+/* The n n-th roots of z, k = 0..n-1 at arguments (arg z + 2 pi k)/n; length
+ * 0 for n < 1. */
+QVX_API Complex *ComplexRoots(Complex z, int32_t n) QVX_NOEXCEPT;
+/* New set of n points spread evenly from the first to the last abscissa:
+ * natural cubic spline (real and imaginary parts apart), or straight lines. */
+QVX_API Complex **SplineInterpolation1DC(Complex **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolation1D(double **set, int32_t n) QVX_NOEXCEPT;
+/* New Vector with the jumps of more than half a period between neighbours
+ * removed by whole periods; NaN elements are kept and skipped. */
+QVX_API double  *UnwrapV(const double *v, double period) QVX_NOEXCEPT;
+
+/* Quadrature. Reversed limits give the negated integral. Sampled data:
+ * Simpson and trapezoid over the samples between a and b (IntegralD over
+ * all of them); Integrator(C) gives the running integral from the first
+ * abscissa as a new set. Functions: SimpsonIntegral1 and the Trapezoid
+ * forms on n intervals (Simpson makes n even); SimpsonIntegralAdaptive to
+ * an absolute tolerance (Sub: its recursive worker, given the whole-panel
+ * estimate and f at a, the midpoint and b); Integral, IntegralP, IntegralPC
+ * adaptive Gauss-Kronrod 7/15 to max(tol, tol |I|), infinite limits
+ * allowed. Integral2 and IntegralV: n-point Gauss-Legendre in each
+ * dimension over a rectangle / a box (lower, upper: Vectors). Integral2D:
+ * Simpson over a 2D set. */
+QVX_API double   SimpsonIntegral1D(double **set, double a, double b) QVX_NOEXCEPT;
+QVX_API double   TrapezoidIntegral1D(double **set, double a, double b) QVX_NOEXCEPT;
+QVX_API double   IntegralD(double **set) QVX_NOEXCEPT;
+QVX_API double **Integrator(double **set) QVX_NOEXCEPT;
+QVX_API Complex **IntegratorC(Complex **set) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegral1(RealFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegralAdaptive(RealFn f, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegralAdaptiveSub(RealFn f, double a, double b, double tol, double whole,
+                                            double fa, double fm, double fb, int32_t depth) QVX_NOEXCEPT;
+QVX_API double   TrapezoidIntegral(RealFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  TrapezoidIntegralC(ComplexFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
+QVX_API double   Integral(RealFn f, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API double   IntegralP(RealFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API Complex  IntegralPC(ComplexFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API double   Integral2(RealFn2 f, void *params, double ax, double bx, double ay, double by,
+                           int32_t n) QVX_NOEXCEPT;
+QVX_API double   IntegralV(ScalarFieldFn f, void *params, const double *lower, const double *upper,
+                           int32_t n) QVX_NOEXCEPT;
+QVX_API double   Integral2D(double ***set) QVX_NOEXCEPT;
+/* Gauss rules as a Matrix(2, n): nodes (ascending), weights. Legendre on
+ * [-1, 1]; Laguerre for the weight x^alpha e^-x on [0, inf), alpha > -1. */
+QVX_API double **GaussLegendre(int32_t n) QVX_NOEXCEPT;
+QVX_API double **GaussLaguerre(int32_t n, double alpha) QVX_NOEXCEPT;
+/* Sums (compensated) and products of f(k) for k = first..last; an empty
+ * range gives 0 and 1. */
+QVX_API double   Summation(RealFn term, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API double   SummationP(RealFnP term, void *params, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API Complex  SummationC(ComplexFn term, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API double   Product(RealFn factor, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API double   ProductP(RealFnP factor, void *params, int32_t first, int32_t last) QVX_NOEXCEPT;
+QVX_API Complex  ProductC(ComplexFn factor, int32_t first, int32_t last) QVX_NOEXCEPT;
+/* Random methods draw from the Ran2 cell seed (a private one when null).
+ * MonteCarloIntegral: plain sampling of a box, *error (may be null) the
+ * standard error. Metropolis1: n states of a Metropolis chain from x0 with
+ * uniform moves of up to step. VonNeumannRejection: up to n samples of a
+ * density bounded by maximum on [a, b]; fewer when it is (nearly) never
+ * accepted. */
+QVX_API double   MonteCarloIntegral(ScalarFieldFn f, void *params, const double *lower, const double *upper,
+                                    int32_t samples, int32_t *seed, double *error) QVX_NOEXCEPT;
+QVX_API double  *Metropolis1(RealFn density, double x0, double step, int32_t n, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double  *VonNeumannRejection(RealFn density, double a, double b, double maximum, int32_t n,
+                                     int32_t *seed) QVX_NOEXCEPT;
+
+/* ODE y' = f(t, y). Steps return the new y: RK1 Euler, RK2 midpoint,
+ * RungeKuttaStep classical fourth order, RungeKuttaCashKarp the fifth-order
+ * Cash-Karp step with its embedded error estimate in error (a Vector as
+ * long as y, or null). RKN: one Runge-Kutta-Nystrom step of y'' = g(t, y),
+ * as a Matrix(2, n): new y, new y'. RungeKutta: `steps` classical steps to
+ * t1, the final y; RungeKuttaN: the same, all of them, as a Matrix of n + 1
+ * columns (t, then the components) and steps + 1 rows. RungeKuttaIntegrator:
+ * adaptive Cash-Karp steps to t1 within tol per step (relative to the
+ * scale |y| + |h y'|); RungeKuttaSampler: its values at `samples` evenly
+ * spaced times, as RungeKuttaN. RungeKuttaIntegral1D(C): the running
+ * integral of f at the adaptive steps, as a 1D set. Failure (no progress,
+ * a non-finite value) ends the integration at the last good point. */
+QVX_API double  *RK1(OdeFn f, void *params, double t, const double *y, double h) QVX_NOEXCEPT;
+QVX_API double  *RK2(OdeFn f, void *params, double t, const double *y, double h) QVX_NOEXCEPT;
+QVX_API double  *RungeKuttaStep(OdeFn f, void *params, double t, const double *y, double h) QVX_NOEXCEPT;
+QVX_API Complex *RungeKuttaStepC(OdeFnC f, void *params, double t, const Complex *y, double h) QVX_NOEXCEPT;
+QVX_API double  *RungeKuttaCashKarp(OdeFn f, void *params, double t, const double *y, double h,
+                                    double *error) QVX_NOEXCEPT;
+QVX_API Complex *RungeKuttaCashKarpC(OdeFnC f, void *params, double t, const Complex *y, double h,
+                                     Complex *error) QVX_NOEXCEPT;
+QVX_API double **RKN(OdeFn g, void *params, double t, const double *y, const double *v, double h) QVX_NOEXCEPT;
+QVX_API double  *RungeKutta(OdeFn f, void *params, double t0, double t1, const double *y0,
+                            int32_t steps) QVX_NOEXCEPT;
+QVX_API double **RungeKuttaN(OdeFn f, void *params, double t0, double t1, const double *y0,
+                             int32_t steps) QVX_NOEXCEPT;
+QVX_API double  *RungeKuttaIntegrator(OdeFn f, void *params, double t0, double t1, const double *y0,
+                                      double tol) QVX_NOEXCEPT;
+QVX_API Complex *RungeKuttaIntegratorC(OdeFnC f, void *params, double t0, double t1, const Complex *y0,
+                                       double tol) QVX_NOEXCEPT;
+QVX_API double **RungeKuttaSampler(OdeFn f, void *params, double t0, double t1, const double *y0,
+                                   int32_t samples, double tol) QVX_NOEXCEPT;
+QVX_API Complex **RungeKuttaSamplerC(OdeFnC f, void *params, double t0, double t1, const Complex *y0,
+                                     int32_t samples, double tol) QVX_NOEXCEPT;
+QVX_API double **RungeKuttaIntegral1D(RealFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API Complex **RungeKuttaIntegral1DC(ComplexFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+/* Numerov's method for y'' = -g(x) y + s(x) (s may be null) on the grid
+ * x0 + (i-1) h, i = 1..n, from y(x0) = y0 and y(x0 + h) = y1: a Vector. */
+QVX_API double  *NumerovIntegrator(RealFnP g, RealFnP s, void *params, double x0, double h, int32_t n,
+                                   double y0, double y1) QVX_NOEXCEPT;
+/* Linear first-order ODE y' = p(x) y + q(x), y(x0) = y0, sampled at n points
+ * from x0 to x1: a 1D (1DC) set. */
+QVX_API double **LODE1(RealFn p, RealFn q, double x0, double x1, double y0, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **LODE1C(ComplexFn p, ComplexFn q, double x0, double x1, Complex y0, int32_t n) QVX_NOEXCEPT;
+
+/* Derivatives of functions: h is the initial step (h <= 0 picks one).
+ * Derivative: Ridders' extrapolation of central differences; Derivative2
+ * the second derivative likewise; DerivativeN central differences of any
+ * order up to 12. V forms: at every element of x, a new Vector.
+ * DerivativeWeights: Fornberg's weights of the derivative of the order at
+ * x0 from values at the nodes (a Vector). */
+QVX_API double   Derivative(RealFn f, double x, double h) QVX_NOEXCEPT;
+QVX_API double   DerivativeP(RealFnP f, void *params, double x, double h) QVX_NOEXCEPT;
+QVX_API double  *DerivativeV(RealFn f, const double *x, double h) QVX_NOEXCEPT;
+QVX_API double  *DerivativePV(RealFnP f, void *params, const double *x, double h) QVX_NOEXCEPT;
+QVX_API double   Derivative2(RealFn f, double x, double h) QVX_NOEXCEPT;
+QVX_API double   Derivative2P(RealFnP f, void *params, double x, double h) QVX_NOEXCEPT;
+QVX_API double  *Derivative2V(RealFn f, const double *x, double h) QVX_NOEXCEPT;
+QVX_API double  *Derivative2PV(RealFnP f, void *params, const double *x, double h) QVX_NOEXCEPT;
+QVX_API double   DerivativeN(RealFn f, double x, int32_t order, double h) QVX_NOEXCEPT;
+QVX_API double  *DerivativeWeights(int32_t order, const double *nodes, double x0) QVX_NOEXCEPT;
+/* Derivatives of sampled data (three-point formulas for uneven spacing,
+ * one-sided at the ends): Derivative1D(C) a new set, Gradient1D(C) the
+ * first and Laplacian1D(C) the second derivative as a Vector.
+ * DerivativeDCyclic: periodic samples of spacing dx, fourth-order central
+ * differences; DerivativeSpectral: periodic samples over one period,
+ * through the discrete Fourier transform. */
+QVX_API double **Derivative1D(double **set) QVX_NOEXCEPT;
+QVX_API Complex **Derivative1DC(Complex **set) QVX_NOEXCEPT;
+QVX_API double  *Gradient1D(double **set) QVX_NOEXCEPT;
+QVX_API Complex *Gradient1DC(Complex **set) QVX_NOEXCEPT;
+QVX_API double  *Laplacian1D(double **set) QVX_NOEXCEPT;
+QVX_API Complex *Laplacian1DC(Complex **set) QVX_NOEXCEPT;
+QVX_API double  *DerivativeDCyclic(const double *v, double dx) QVX_NOEXCEPT;
+QVX_API double  *DerivativeSpectral(const double *v, double period) QVX_NOEXCEPT;
+/* 2D sets (MatrixVector2D: values m[j][i] at abscissa j, ordinate i): new
+ * 2D sets of partial derivatives of the orders (0..2 each) in x and y;
+ * Cyclic takes both directions as periodic with the spacing of the first
+ * two points. Gradient2D: a MatrixVector of 2 value matrices (d/dx, d/dy). */
+QVX_API double ***Derivative2D(double ***set, int32_t orderX, int32_t orderY) QVX_NOEXCEPT;
+QVX_API double ***Derivative2DCyclic(double ***set, int32_t orderX, int32_t orderY) QVX_NOEXCEPT;
+QVX_API double ***PartialDerivativeX2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***PartialDerivativeY2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***PartialDerivative2X2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***PartialDerivative2Y2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***PartialDerivativeMixed2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***Gradient2D(double ***set) QVX_NOEXCEPT;
+QVX_API double ***Laplacian2D(double ***set) QVX_NOEXCEPT;
+/* Vector calculus at a point r by central differences of step h (h <= 0
+ * picks one). Cartesian forms work in the dimension of r (Curl needs 3);
+ * Cyl points are (rho, phi, z), Sph points (r, theta, phi), and fields and
+ * results are in the local unit vectors of those coordinates. */
+QVX_API double  *Grad(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double  *GradCyl(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double  *GradSph(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   Div(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   DivCyl(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   DivSph(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double  *Curl(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double  *CurlCyl(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double  *CurlSph(VectorFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   Lapl(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   LaplCyl(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+QVX_API double   LaplSph(ScalarFieldFn f, void *params, const double *r, double h) QVX_NOEXCEPT;
+/* Line integral of a field along curve(t), t0..t1, and surface integrals
+ * over surface(u, v) (of a scalar, and the flux of a field, oriented by
+ * dr/du x dr/dv), by n-point Gauss-Legendre in each parameter. dim is the
+ * length of the curve's points. */
+QVX_API double   IntegralPath(VectorFieldFn f, CurveFn curve, void *params, int32_t dim, double t0, double t1,
+                              int32_t n) QVX_NOEXCEPT;
+QVX_API double   IntegralSurfaceS(ScalarFieldFn f, SurfaceFn surface, void *params, double u0, double u1,
+                                  double v0, double v1, int32_t n) QVX_NOEXCEPT;
+QVX_API double   IntegralSurfaceV(VectorFieldFn f, SurfaceFn surface, void *params, double u0, double u1,
+                                  double v0, double v1, int32_t n) QVX_NOEXCEPT;
+
 /* @@SPECIAL@@ */
 
 /* ======================================================================== */

@@ -95,4 +95,8 @@ void NaturalSplineSecondDerivatives(const double *x, const double *y, int32_t n,
 // Value at t of that spline on the interval [x[k], x[k+1]].
 double SplineValue(const double *x, const double *y, const double *d2, int32_t k, double t);
 
+// Nodes (ascending) and weights of the n-point Gauss-Legendre rule on
+// [-1, 1], into x[0..n-1] and w[0..n-1].
+void LegendreRule(int32_t n, double *x, double *w);
+
 }  // namespace qvx::calculus
