@@ -150,11 +150,69 @@ QVX_API char   *InstructionsFourier(void) QVX_NOEXCEPT;
 /* Plots                                                                    */
 /* ======================================================================== */
 
+/* A Font is a dictionary tree (RBST, below) whose keys are one-character
+ * strings and whose values are glyph RGB matrices. RGB matrices are
+ * MatrixUInt32 blocks: m[x][y], x = 1..width, y = 1..height from the top,
+ * each pixel 0x00RRGGBB. */
+typedef struct RBST Font;  /* keys: one-character strings; values: glyph RGB matrices */
+typedef struct PlotBitmapPair { unsigned char *first; unsigned char *second; } PlotBitmapPair;
+
+/* Plots of an expression text, as BMP images in memory (see EncodeBitmap).
+ * The scope is only read: sampling runs in a scratch copy of it, and its
+ * cancel flag stops the sampling. Every failure gives null; free the pair
+ * and both images with Free. GeneratePlotBitmaps: first real (0x7fff9f) and
+ * imaginary part (0x7fffff), second modulus (0xb2ff66) and unwrapped phase
+ * (0xffd866); clamps hold four bounds (real, imaginary, modulus, phase) and
+ * may be null. The 2D and complex-plane forms give surfaces of the real
+ * (first) and imaginary part (second). The parametric form samples "fx,fy"
+ * over its one unknown and draws the curve of the two real parts. */
+QVX_API PlotBitmapPair *GeneratePlotBitmaps(const char *text, double x1, double x2, int32_t samples,
+                                            const double *lowerClamps, const double *upperClamps,
+                                            int32_t width, int32_t height, Font *font, Environment *env) QVX_NOEXCEPT;
+QVX_API PlotBitmapPair *GeneratePlotBitmaps2D(const char *text, double x1, double x2, double y1, double y2,
+                                              int32_t nx, int32_t ny, int32_t width, int32_t height,
+                                              Font *font, Environment *env) QVX_NOEXCEPT;   /* first: real part, second: imaginary */
+QVX_API PlotBitmapPair *GeneratePlotBitmapsComplex(const char *text, double x1, double x2, double y1, double y2,
+                                                   int32_t nx, int32_t ny, int32_t width, int32_t height,
+                                                   Font *font, Environment *env) QVX_NOEXCEPT;
+QVX_API unsigned char  *GenerateParametricPlotBitmap(const char *text, double t1, double t2, int32_t samples,
+                                                     int32_t width, int32_t height, Font *font,
+                                                     Environment *env) QVX_NOEXCEPT;
+
 /* @@PLOTS@@ */
 
 /* ======================================================================== */
 /* Bitmaps and fonts                                                        */
 /* ======================================================================== */
+
+struct MemFile;
+
+/* A bitmap is one block laid out as a 24-bit BMP file: 54 header bytes, then
+ * rows of width*3 bytes padded with zeros to a multiple of 4. With a
+ * platform code below 65536 the rows run from the bottom (y = height) up and
+ * pixels are B, G, R; from 65536 on (the default, 666666) rows run from the
+ * top (y = 1) and pixels are R, G, B. Free with Free; RGB matrices with
+ * FreeMatrixUInt32.
+ * LoadBitmapToRGBMatrix reads a bottom-up 24-bit BMP file; null when the
+ * file can't be opened or is too short for the size it states.
+ * DownSampleRGBMatrix keeps every factor-th pixel in both directions.
+ * Fonts are read with the tree stream form; an unreadable file gives the
+ * empty font. Drawing clips to the matrix; a text is centred on x with its
+ * top at row y, and a character the font lacks is drawn as two hex digits. */
+QVX_API unsigned char *DummyBitmap(int32_t width, int32_t height) QVX_NOEXCEPT;
+QVX_API unsigned char *EncodeBitmap(uint32_t **rgbMatrix) QVX_NOEXCEPT;
+QVX_API uint32_t     **LoadBitmapToRGBMatrix(const char *path) QVX_NOEXCEPT;
+QVX_API uint32_t     **DownSampleRGBMatrix(uint32_t **matrix, int32_t factor) QVX_NOEXCEPT;
+QVX_API Font          *LoadFontFromFile(const char *path) QVX_NOEXCEPT;
+QVX_API Font          *LoadFontFromStream(struct MemFile *stream) QVX_NOEXCEPT;
+QVX_API void           FreeFont(Font *font) QVX_NOEXCEPT;
+QVX_API void           PutSquare(int32_t x, int32_t y, uint32_t **matrix, int32_t width, int32_t height,
+                                 uint32_t colour, int32_t radius) QVX_NOEXCEPT;
+QVX_API void           DrawLine(int32_t x1, int32_t y1, int32_t x2, int32_t y2, uint32_t **matrix, int32_t height,
+                                uint32_t colour, double thickness) QVX_NOEXCEPT;
+QVX_API void           DrawText(const char *text, uint32_t **matrix, int32_t x, int32_t y, uint32_t colour,
+                                Font *font) QVX_NOEXCEPT;
+QVX_API int32_t        MeasureAverageGlyphWidth(Font *font) QVX_NOEXCEPT;
 
 /* @@BITMAPS@@ */
 
@@ -860,6 +918,7 @@ QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXC
  * between neighbouring samples, refined to 1e-15): a Vector, length 0 when
  * there are none. Two roots between neighbouring samples are missed. */
 QVX_API double *BesselFuncRoots(double order, double limit, int32_t n) QVX_NOEXCEPT;
+
 /* Integration, root finding and ODE */
 /* Callbacks. Functions of one variable come plain or, in the P forms, with a
  * pointer passed through unchanged. Functions of several variables (fields,
