@@ -3,6 +3,8 @@
 //   quorvex -e TEXT...   evaluate each text, print each answer on its own line
 //   quorvex FILE         run a script file
 //   quorvex              interactive prompt ("quit" or end of input leaves)
+//   quorvex --init FILE ...  run FILE as the init script instead of the
+//                        built-in one, which binds the constants pi and e
 //   quorvex --plot EXPR X1 X2 FILE.bmp [WIDTH HEIGHT] [--font PATH]
 //                        write the plot of EXPR (real and imaginary part)
 //                        over [X1, X2] to FILE.bmp, 800 x 448 by default
@@ -223,12 +225,25 @@ int RunPrompt() {
 
 }  // namespace
 
+// The engine defines no constants of its own: the host's init script does,
+// and restore() runs it again.
+// Number literals keep 15 significant digits, so the constants are computed
+// to full double precision instead of being written out.
+constexpr const char *kInitScript = "pi=4*arctan(1),e=exp(1)";
+
 int main(int argc, char **argv) {
   if (argc >= 2 && std::strcmp(argv[1], "--version") == 0) {
     PrintBanner();
     return 0;
   }
-  InitializeGlobals(nullptr, 0);
+  if (argc >= 3 && std::strcmp(argv[1], "--init") == 0) {
+    InitializeGlobals(argv[2], 1);
+    argv[2] = argv[0];
+    argc -= 2;
+    argv += 2;
+  } else {
+    InitializeGlobals(kInitScript, 0);
+  }
   gEnv = InitializeTopLevelEnvironment(nullptr);
   if (!gEnv) {
     std::fprintf(stderr, "quorvex: cannot create a scope\n");
