@@ -62,6 +62,61 @@ Environment *FindInChain(const char *key, Environment *env, RBSTNode **node) {
   return nullptr;
 }
 
+// RBSTFind for a key given as a view, so that a name need not be copied to
+// get its terminating byte: the same descent, bytes compared as unsigned
+// char, the end of the view read as a 0 byte (as a copy would end).
+RBSTNode *FindKey(RBSTNode *root, std::string_view name) {
+  const auto *a = reinterpret_cast<const unsigned char *>(name.data());
+  const std::size_t length = name.size();
+  RBSTNode *n = root;
+  while (n && !IsSentinel(n)) {
+    const auto *b = reinterpret_cast<const unsigned char *>(n->key);
+    if (!b) {
+      n = n->right;
+      continue;
+    }
+    int c = 0;
+    for (std::size_t i = 0;; ++i) {
+      const unsigned char x = i < length ? a[i] : 0;
+      c = static_cast<int>(x) - static_cast<int>(b[i]);
+      if (c != 0 || x == 0) break;
+    }
+    if (c == 0) return n;
+    n = c < 0 ? n->left : n->right;
+  }
+  return nullptr;
+}
+
+// FindInChain for a name given as a view.
+Environment *FindNameInChain(std::string_view name, Environment *env, RBSTNode **node) {
+  for (int guard = 0; env && guard < (1 << 20); ++guard) {
+    if (!env->isScalar && env->objectTable.root) {
+      RBSTNode *n = FindKey(env->objectTable.root, name);
+      if (n && n->value) {
+        *node = n;
+        return env;
+      }
+    }
+    env = ParentOf(env);
+  }
+  *node = nullptr;
+  return nullptr;
+}
+
+// True when no scope up the chain can know a class: no class table holds an
+// entry, and no scope is a class's own or an instance's. The class look-up
+// of an assignment is skipped then.
+bool NoClassInReach(Environment *env) {
+  for (int guard = 0; env && guard < (1 << 20); ++guard) {
+    if (env->classTable.root && !IsSentinel(env->classTable.root)) return false;
+    if (env->scopeKind != 0) return false;
+    const auto *owner = static_cast<const Object *>(env->ownerObject);
+    if (owner && owner->tag == kTagInstance) return false;
+    env = ParentOf(env);
+  }
+  return env == nullptr;
+}
+
 // The shadow key of `name` at `depth`: depth bytes of value 3, then the name.
 void MakeShadowKey(std::string *key, std::string_view name, int32_t depth) {
   key->assign(static_cast<std::size_t>(depth), '\x03');
@@ -303,24 +358,13 @@ int32_t TestMemberForm(std::string_view text, Facts facts) {
 
 Object *LookUpVariable(std::string_view name, Environment *env, int32_t *owned) {
   *owned = 0;
-  char local[96];
-  const char *key = nullptr;
-  std::string big;
-  if (name.size() < sizeof local) {
-    std::memcpy(local, name.data(), name.size());
-    local[name.size()] = '\0';
-    key = local;
-  } else {
-    big.assign(name);
-    key = big.c_str();
-  }
   RBSTNode *node = nullptr;
   if (env && env->scopeDepth > 0) {
     std::string shadow;
     MakeShadowKey(&shadow, name, env->scopeDepth);
     if (FindInChain(shadow.c_str(), env, &node)) return static_cast<Object *>(node->value);
   }
-  if (!FindInChain(key, env, &node)) {
+  if (!FindNameInChain(name, env, &node)) {
     *owned = 1;
     return NewAlgebraicObjectN(name.data(), name.size(), env);
   }
@@ -378,6 +422,22 @@ bool FindAssignableObject(std::string_view name, AssignableSlot *slot, Environme
 }
 
 bool StoreVariable(std::string_view name, Object *value, int32_t owned, Environment *env) {
+  // The loop counter's case: a number into a bound number, outside any call
+  // (no frame can shadow it). What FindAssignableObject would decide, with
+  // the same tests, without building a slot.
+  if (value && value->tag == kTagNumeric && value->payload && env && !env->isScalar && env->scopeDepth == 0 &&
+      name != "return" && IsBindableName(name)) {
+    RBSTNode *node = nullptr;
+    if (FindNameInChain(name, env, &node)) {
+      auto *o = static_cast<Object *>(node->value);
+      const bool callerFrame = o->memberKind == 0 && o->frameMark != 0 && o->creationDepth < 0;
+      if (o->tag == kTagNumeric && o->payload && !callerFrame && (o->memberKind != 2 || CanReadPrivate(o, env))) {
+        *Numeric(o) = *Numeric(value);
+        if (owned) FreeObject(value);
+        return true;
+      }
+    }
+  }
   AssignableSlot slot;
   if (!value || !FindAssignableObject(name, &slot, env)) {
     if (owned) FreeObject(value);
@@ -415,7 +475,7 @@ uint8_t AssignStatement(std::string_view left, std::string_view right, Environme
   // The common case first: a plain name (no comma, no operator in it).
   if (left != "return" && IsPlainSymbol(left)) {
     std::string name(left);
-    if (env->classTable.root && FindClassInScopes(name.c_str(), env)) return 0;
+    if (!NoClassInReach(env) && FindClassInScopes(name.c_str(), env)) return 0;
     Object *value = nullptr;
     int32_t owned = 0;
     if (!EvaluateRight(right, env, &value, &owned)) return 0;

@@ -49,7 +49,7 @@ thread_local bool tBudgetActive = false;
 constexpr uintptr_t kStackMargin = 256 * 1024;
 constexpr uintptr_t kMaxStackUse = 64u * 1024 * 1024;
 
-void InitStackFloor(uintptr_t here) {
+__attribute__((noinline)) void InitStackFloor(uintptr_t here) {
   uintptr_t floor = here > 512 * 1024 ? here - 512 * 1024 : 0;
 #if defined(__linux__)
   pthread_attr_t attr;
@@ -110,6 +110,25 @@ struct Held {
   }
 };
 
+// A byte search for the short texts the evaluator mostly sees, without a
+// library call; long texts take memchr.
+inline bool HasByte(std::string_view t, char c) {
+  if (t.size() > 32) return std::memchr(t.data(), c, t.size()) != nullptr;
+  for (const char x : t)
+    if (x == c) return true;
+  return false;
+}
+inline bool IsSignOrOpen(char c) { return c == '+' || c == '-' || c == '('; }
+// True if an arithmetic operator byte stands anywhere in the text, searched
+// from the right (where the next operator of a chain stands).
+inline bool HasArithmeticByte(std::string_view t) {
+  for (std::size_t i = t.size(); i-- > 0;) {
+    const char c = t[i];
+    if (c == '+' || c == '-' || c == '*' || c == '/' || c == '^') return true;
+  }
+  return false;
+}
+
 bool AllAbsent(const Facts &f, uint32_t bits) { return (f.known & bits) == bits && !(f.present & bits); }
 Facts Inherit(const Facts &f) { return Facts{f.known & ~f.present, 0}; }
 
@@ -117,7 +136,10 @@ Facts Inherit(const Facts &f) { return Facts{f.known & ~f.present, 0}; }
 // evaluated can run an assignment or a call, that may replace the binding and
 // free the object, so the operand is copied first.
 void KeepAcross(Held &h, std::string_view rest, Environment *env) {
-  if (h.owned || !h.object || rest.find_first_of("(=:") == std::string_view::npos) return;
+  if (h.owned || !h.object) return;
+  bool risky = false;
+  for (const char c : rest) risky |= (c == '(') | (c == '=') | (c == ':');
+  if (!risky) return;
   h.object = CopyObject(h.object, env, 1);
   h.owned = h.object != nullptr;
 }
@@ -314,54 +336,77 @@ bool StackExhausted() {
 bool StackTripped() { return tStackTripped; }
 void ClearStackTrip() { tStackTripped = false; }
 
+namespace {
+// One load classifies a byte for ScanFacts: its fact bit, or its bracket
+// kind (1 to 3 opening, -1 to -3 closing), or kEqualsClass for "=", whose
+// meaning depends on its neighbours.
+constexpr int8_t kEqualsClass = 4;
+struct FactTable {
+  uint32_t bit[256] = {};
+  int8_t bracket[256] = {};
+  constexpr FactTable() {
+    const char *ops = "+-*/^,=<>&|~.!'";
+    const uint32_t bits[] = {kFactPlus,  kFactMinus, kFactStar, kFactSlash, kFactCaret,
+                             kFactComma, kFactEquals, kFactLess, kFactGreater, kFactAnd,
+                             kFactOr,    kFactTilde, kFactDot,  kFactPostfix, kFactPostfix};
+    for (int k = 0; ops[k]; ++k) bit[static_cast<unsigned char>(ops[k])] = bits[k];
+    bit[static_cast<unsigned char>('=')] = 0;
+    bracket[static_cast<unsigned char>('=')] = kEqualsClass;  // needs its neighbours
+    bracket[static_cast<unsigned char>('(')] = 1;
+    bracket[static_cast<unsigned char>(':')] = 2;
+    bracket[static_cast<unsigned char>('[')] = 3;
+    bracket[static_cast<unsigned char>(')')] = -1;
+    bracket[static_cast<unsigned char>(';')] = -2;
+    bracket[static_cast<unsigned char>(']')] = -3;
+  }
+};
+constexpr FactTable kFactTable{};
+}  // namespace
+
 Facts ScanFacts(std::string_view text) {
   Spend(text.size());
   Facts f;
   f.known = kFactAll;
   // Bracket kinds on a stack, so that a mismatch is noticed as the searches
-  // notice it; the stack lives in a per-thread buffer reused by every call.
-  thread_local std::vector<unsigned char> stack;
-  stack.clear();
-  uint32_t present = 0;
+  // notice it. The stack lives on the C stack up to a depth of 256, and in a
+  // per-thread buffer (reused by every call) beyond.
   const std::size_t n = text.size();
+  unsigned char local[256];
+  unsigned char *stack = local;
+  if (n > sizeof local) {
+    thread_local std::vector<unsigned char> deep;
+    if (deep.size() < n) deep.resize(n);
+    stack = deep.data();
+  }
+  std::size_t depth = 0;
+  uint32_t present = 0;
+  uint32_t mask = ~0u;  // every bit at depth 0, none inside brackets
+  const unsigned char *s = reinterpret_cast<const unsigned char *>(text.data());
   for (std::size_t i = 0; i < n; ++i) {
-    const char c = text[i];
-    switch (c) {
-      case '(': stack.push_back(0); continue;
-      case ':': stack.push_back(1); continue;
-      case '[': stack.push_back(2); continue;
-      case ')': case ';': case ']': {
-        const unsigned char kind = c == ')' ? 0 : c == ';' ? 1 : 2;
-        if (stack.empty() || stack.back() != kind) {
-          f.present = kFactAll;
-          return f;
+    const unsigned char c = s[i];
+    const int8_t kind = kFactTable.bracket[c];
+    if (kind == 0) {
+      present |= kFactTable.bit[c] & mask;
+    } else if (kind == kEqualsClass) {
+      if (mask) {
+        present |= kFactEquals;
+        if (i > 0 && (i + 1 >= n || s[i + 1] != '=')) {
+          const unsigned char before = s[i - 1];
+          if (before != '~' && before != '=' && before != '<' && before != '>') present |= kFactAssign;
         }
-        stack.pop_back();
-        continue;
       }
-      default:
-        break;
-    }
-    if (!stack.empty()) continue;
-    switch (c) {
-      case '+': present |= kFactPlus; break;
-      case '-': present |= kFactMinus; break;
-      case '*': present |= kFactStar; break;
-      case '/': present |= kFactSlash; break;
-      case '^': present |= kFactCaret; break;
-      case ',': present |= kFactComma; break;
-      case '=': present |= kFactEquals; break;
-      case '<': present |= kFactLess; break;
-      case '>': present |= kFactGreater; break;
-      case '&': present |= kFactAnd; break;
-      case '|': present |= kFactOr; break;
-      case '~': present |= kFactTilde; break;
-      case '.': present |= kFactDot; break;
-      case '!': case '\'': present |= kFactPostfix; break;
-      default: break;
+    } else if (kind > 0) {
+      stack[depth++] = static_cast<unsigned char>(kind);
+      mask = 0;
+    } else {
+      if (depth == 0 || stack[--depth] != -kind) {
+        f.present = kFactAll;
+        return f;
+      }
+      mask = depth == 0 ? ~0u : 0u;
     }
   }
-  if (!stack.empty()) present = kFactAll;  // unclosed: let the exact searches judge
+  if (depth != 0) present = kFactAll;  // unclosed: let the exact searches judge
   f.present = present;
   return f;
 }
@@ -742,11 +787,14 @@ Object *EvaluateArithmetic(std::string_view text, Environment *env, Facts facts)
 // ---------------------------------------------------------------------------
 // EvaluateBinary.
 
-Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env, int32_t *owned, Facts facts) {
+namespace {
+// EvaluateBinary with what the caller's search already learnt: `noBinary`
+// holds the operators known to have no binary occurrence in the text.
+Object *EvaluateBinaryFrom(std::string_view text, int32_t position, uint32_t noBinary, Environment *env,
+                           int32_t *owned, Facts facts) {
   *owned = 1;
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
   if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
-  uint32_t noBinary = 0;
   char op = 0;
   if (position <= 0) {
     position = FindArithmeticOperatorImpl(text, &op, facts, &noBinary);
@@ -767,12 +815,14 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
   const Facts inherited = Inherit(facts);
   const bool spine = AllAbsent(facts, kFactEquals | kFactComma | kFactLess | kFactGreater | kFactAnd | kFactOr |
                                           kFactTilde) &&
-                     std::memchr(text.data(), '>', text.size()) == nullptr &&
-                     std::memchr(text.data(), '"', text.size()) == nullptr;
+                     !HasByte(text, '>') && !HasByte(text, '"');
+  // Trivial members: the inline slots cost nothing until used.
   struct Pending {
-    std::string_view whole;
+    const char *data;
+    std::size_t size;
     int32_t position;
     char op;
+    std::string_view Whole() const { return std::string_view(data, size); }
   };
   Pending inlineSlots[8];
   std::vector<Pending> more;
@@ -786,9 +836,10 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
 
   std::string_view current = text;
   for (;;) {
-    push(Pending{current, position, op});
+    push(Pending{current.data(), current.size(), position, op});
     const std::string_view left = current.substr(0, static_cast<std::size_t>(position));
-    if (!spine || left.empty() || std::strchr("+-~(", left.front()) || left == "i") break;
+    if (!spine || left.empty() || IsSignOrOpen(left.front()) || left.front() == '~' || left == "i") break;
+    if (!HasArithmeticByte(left)) break;  // a plain operand ends the chain
     if ((count & 1023) == 0 && (CancelRequested(env) || BudgetExceeded())) break;
     char nextOp = 0;
     const int32_t next = FindArithmeticOperatorImpl(left, &nextOp, inherited, &noBinary);
@@ -800,7 +851,7 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
 
   const Pending &innermost = at(count - 1);
   int32_t own = 0;
-  Object *first = EvaluateOperand(innermost.whole.substr(0, static_cast<std::size_t>(innermost.position)), env,
+  Object *first = EvaluateOperand(innermost.Whole().substr(0, static_cast<std::size_t>(innermost.position)), env,
                                   &own, inherited);
   Held acc(first, own);
   const Globals &g = G();
@@ -808,14 +859,14 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
     const Pending &p = at(k);
     if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
     if (BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
-    const std::string_view leftText = p.whole.substr(0, static_cast<std::size_t>(p.position));
-    const std::string_view rightText = p.whole.substr(static_cast<std::size_t>(p.position) + 1);
+    const std::string_view leftText = p.Whole().substr(0, static_cast<std::size_t>(p.position));
+    const std::string_view rightText = p.Whole().substr(static_cast<std::size_t>(p.position) + 1);
     int32_t ro = 0;
     KeepAcross(acc, rightText, env);
     Object *r = EvaluateOperand(rightText, env, &ro, inherited);
     Held right(r, ro);
     if (!acc.object || !right.object) return NewSentinelObject(kSentinelInvalidExpression, env);
-    const OperationTexts texts{leftText, rightText, p.whole};
+    const OperationTexts texts{leftText, rightText, p.Whole()};
     const int32_t lt = acc.object->tag, rt = right.object->tag;
     BinaryHandler h = lt >= 0 && lt < kTagCount && rt >= 0 && rt < kTagCount ? g.dispatch[lt][rt] : nullptr;
     Object *result = h ? h(acc.object, right.object, p.op, env, &texts)
@@ -825,6 +876,11 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
     acc.owned = 1;
   }
   return acc.Release(owned);
+}
+}  // namespace
+
+Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env, int32_t *owned, Facts facts) {
+  return EvaluateBinaryFrom(text, position, 0, env, owned, facts);
 }
 
 void FillDispatchTable(BinaryHandler (*table)[kTagCount]) {
@@ -849,7 +905,7 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
   Spend(text.size());
   // A text built at run time may hold string literals of its own.
   std::string protectedText;
-  if (std::memchr(text.data(), '"', text.size())) {
+  if (HasByte(text, '"')) {
     protectedText.assign(text);
     ProtectRuntimeStrings(protectedText, env);
     text = protectedText;
@@ -857,9 +913,25 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
   }
   int32_t sign = 1, single = 0;
   std::string_view body;
-  if (!text.empty() && !std::strchr("+-(", text.front()) && AllAbsent(facts, kFactPlus | kFactMinus)) {
-    body = text;  // known to be one term with nothing to strip: no search needed
-    single = 1;
+  // Where a binary "+" or "-" splits the text, when the term test found it.
+  int32_t additive = -1;
+  uint32_t noBinary = 0;
+  if (!text.empty() && !IsSignOrOpen(text.front())) {
+    body = text;  // no sign or bracket to strip
+    if (AllAbsent(facts, kFactPlus | kFactMinus) || (!HasByte(text, '+') && !HasByte(text, '-'))) {
+      single = 1;  // one term: no search needed
+      noBinary |= kFactPlus | kFactMinus;
+    } else {
+      // The term test is the additive search itself ("+" first, then "-"),
+      // and its answer is where EvaluateBinary would split: search once.
+      if (!facts.Absent(kFactPlus)) additive = FindAdditive(text, "+");
+      if (additive < 1) {
+        noBinary |= kFactPlus;
+        additive = facts.Absent(kFactMinus) ? -1 : FindAdditive(text, "-");
+        if (additive < 1) noBinary |= kFactMinus;
+      }
+      single = additive < 1 ? 1 : 0;
+    }
   } else {
     body = StripSignAndBrackets(text, &sign, &single);
   }
@@ -896,10 +968,10 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
       comma = FindLastTopLevel(body, kOpenParenBlockSquare, kCloseParenBlockSquare, ",", &pos) == 0 ? 1 : 0;
     }
     int32_t eqPos = -1;
-    const bool assignment = !comma && (f.present & kFactEquals) && FindTopLevelEquals(body, 0, &eqPos) == 1;
+    const bool assignment = !comma && (f.present & kFactAssign) && FindTopLevelEquals(body, 0, &eqPos) == 1;
     const bool logical = (f.present & (kFactOr | kFactAnd | kFactLess | kFactGreater)) ||
                          ((f.present & kFactEquals) && FindLogicalOperator(body, nullptr, f) >= 1);
-    if (assignment || (std::memchr(body.data(), '>', body.size()) && ContainsErrorSentinel(body))) {
+    if (assignment || (HasByte(body, '>') && ContainsErrorSentinel(body))) {
       result = NewText(body, env);
     } else if (single && (body.front() == '~' || logical)) {
       result = EvaluateArithmetic(body, env, f);
@@ -919,6 +991,8 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
       }
     } else if (body.front() == '~' || logical) {
       result = EvaluateArithmetic(body, env, f);
+    } else if (additive >= 1 && body.size() == text.size()) {
+      result = EvaluateBinaryFrom(body, additive, noBinary, env, &own, f);
     } else {
       result = EvaluateBinary(body, 0, env, &own, f);
     }
@@ -947,7 +1021,7 @@ Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *own
     comma = FindLastTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, ",", &pos) == 0 ? 1 : 0;
   }
   int32_t eqPos = -1;
-  if (comma || ((f.present & kFactEquals) && FindTopLevelEquals(text, comma, &eqPos) == 1) || IsBlockForm(text))
+  if (comma || ((f.present & kFactAssign) && FindTopLevelEquals(text, comma, &eqPos) == 1) || IsBlockForm(text))
     return RunBlock(text, env, owned);
   if (const int32_t member = TestMemberForm(text, f); member == 1) return EvaluateMemberChain(text, env, owned);
   else if (member == 2) return AnswerWithText(text, env, owned);  // ranges: the array module

@@ -44,7 +44,10 @@ enum FactBit : uint32_t {
   kFactTilde = 1u << 11,
   kFactDot = 1u << 12,
   kFactPostfix = 1u << 13,
-  kFactAll = (1u << 14) - 1,
+  // An "=" that FindTopLevelEquals would take: not the first character and
+  // not part of "==", "~=", "<=" or ">=".
+  kFactAssign = 1u << 14,
+  kFactAll = (1u << 15) - 1,
 };
 // One pass over the text; a bracket mismatch marks everything present.
 Facts ScanFacts(std::string_view text);

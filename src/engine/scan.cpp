@@ -91,6 +91,59 @@ class BracketSet {
   int count_ = 0;
 };
 
+// The language's own bracket pairs "()", ":;" and "[]" in one table, for
+// the sets that hold exactly these three pairs: a byte is
+// classified by one load instead of a walk over the set. Kinds: 1 to 3 for an
+// opening character, -1 to -3 for its closing partner, 0 for anything else.
+struct StandardBrackets {
+  int8_t kind[256] = {};
+  constexpr StandardBrackets() {
+    kind[static_cast<unsigned char>('(')] = 1;
+    kind[static_cast<unsigned char>(')')] = -1;
+    kind[static_cast<unsigned char>(':')] = 2;
+    kind[static_cast<unsigned char>(';')] = -2;
+    kind[static_cast<unsigned char>('[')] = 3;
+    kind[static_cast<unsigned char>(']')] = -3;
+  }
+  int Kind(unsigned char c) const { return kind[c]; }
+};
+constexpr StandardBrackets kStandard{};
+
+inline uint32_t Pack3(std::string_view t) {
+  return static_cast<uint32_t>(static_cast<unsigned char>(t[0])) |
+         static_cast<uint32_t>(static_cast<unsigned char>(t[1])) << 8 |
+         static_cast<uint32_t>(static_cast<unsigned char>(t[2])) << 16;
+}
+// True for the two spellings of the full set that the engine passes (the
+// other orders are correct through the generic classifier too).
+inline bool IsStandardSet(std::string_view opening, std::string_view closing) {
+  if (opening.size() != 3 || closing.size() != 3) return false;
+  const uint32_t o = Pack3(opening), c = Pack3(closing);
+  return (o == Pack3("(:[") && c == Pack3(");]")) || (o == Pack3(":([") && c == Pack3(";)]"));
+}
+
+// Any other set, with the same signed kinds. A character that is in both
+// sets counts as what the walk meets first: a closing one from the right, an
+// opening one from the left.
+class GenericBrackets {
+ public:
+  GenericBrackets(std::string_view opening, std::string_view closing, bool openingFirst)
+      : set_(opening, closing), openingFirst_(openingFirst) {}
+  int Kind(unsigned char c) const {
+    if (!set_.IsBracket(c)) return 0;
+    if (openingFirst_) {
+      if (const int k = set_.OpenKind(c); k >= 0) return k + 1;
+    }
+    if (const int k = set_.CloseKind(c); k >= 0) return -(k + 1);
+    const int k = set_.OpenKind(c);
+    return k >= 0 ? k + 1 : 0;
+  }
+
+ private:
+  BracketSet set_;
+  bool openingFirst_;
+};
+
 inline bool FitsInt32(std::size_t n) { return n <= static_cast<std::size_t>(std::numeric_limits<int32_t>::max()); }
 
 inline bool IsDigit(unsigned char c) { return c >= '0' && c <= '9'; }
@@ -137,14 +190,19 @@ const SyntaxLists &DefaultSyntaxLists() {
 // ---------------------------------------------------------------------------
 // Depth-0 searches.
 
-int32_t FindLastTopLevel(std::string_view text, std::string_view opening, std::string_view closing,
-                         std::string_view needle, int32_t *position) {
+namespace {
+
+// The two depth-0 walks over a classifier of brackets. A closing character
+// met on the way (from the right) or an opening one (from the left) pushes
+// its kind; its partner must pop the same kind, or the walk stops as a
+// mismatch (result 0, position -1).
+template <class Brackets>
+int32_t LastTopLevel(std::string_view text, const Brackets &set, std::string_view needle, int32_t *position) {
   int32_t found = -1;
   int32_t result = 1;
   const std::size_t n = text.size();
   const std::size_t m = needle.size();
   if (n > 0 && m > 0 && FitsInt32(n)) {
-    const BracketSet set(opening, closing);
     const unsigned char *s = reinterpret_cast<const unsigned char *>(text.data());
     const unsigned char last = static_cast<unsigned char>(needle.back());
     ByteStack stack;
@@ -152,24 +210,18 @@ int32_t FindLastTopLevel(std::string_view text, std::string_view opening, std::s
     // needle is seen while the scan stands on its second character.
     for (std::size_t i = n; i-- > 0;) {
       const unsigned char c = s[i];
-      if (set.IsBracket(c)) {
-        int kind = set.CloseKind(c);
-        if (kind >= 0) {
-          stack.Push(static_cast<unsigned char>(kind));
-          continue;
+      if (const int kind = set.Kind(c)) {
+        if (kind < 0) {
+          stack.Push(static_cast<unsigned char>(-kind));
+        } else if (stack.Empty() || stack.Pop() != kind) {
+          result = 0;  // mismatch: stops the search, position stays -1
+          break;
         }
-        kind = set.OpenKind(c);
-        if (kind >= 0) {
-          if (stack.Empty() || stack.Pop() != kind) {
-            result = 0;  // mismatch: stops the search, position stays -1
-            break;
-          }
-          continue;
-        }
+        continue;
       }
       if (!stack.Empty()) continue;
       if (i + 1 < m) break;  // candidate index would fall below 0
-      if (c == last && std::memcmp(s + i + 1 - m, needle.data(), m) == 0) {
+      if (c == last && (m == 1 || std::memcmp(s + i + 1 - m, needle.data(), m) == 0)) {
         found = static_cast<int32_t>(i + 1 - m);
         result = 0;
         break;
@@ -180,36 +232,29 @@ int32_t FindLastTopLevel(std::string_view text, std::string_view opening, std::s
   return result;
 }
 
-int32_t FindFirstTopLevel(std::string_view text, std::string_view opening, std::string_view closing,
-                          std::string_view needle, int32_t *position) {
+template <class Brackets>
+int32_t FirstTopLevel(std::string_view text, const Brackets &set, std::string_view needle, int32_t *position) {
   int32_t found = -1;
   int32_t result = 1;
   const std::size_t n = text.size();
   const std::size_t m = needle.size();
   if (n > 0 && m > 0 && FitsInt32(n)) {
-    const BracketSet set(opening, closing);
     const unsigned char *s = reinterpret_cast<const unsigned char *>(text.data());
     const unsigned char last = static_cast<unsigned char>(needle.back());
     ByteStack stack;
     for (std::size_t i = 0; i < n; ++i) {
       const unsigned char c = s[i];
-      if (set.IsBracket(c)) {
-        int kind = set.OpenKind(c);
-        if (kind >= 0) {
+      if (const int kind = set.Kind(c)) {
+        if (kind > 0) {
           stack.Push(static_cast<unsigned char>(kind));
-          continue;
+        } else if (stack.Empty() || stack.Pop() != -kind) {
+          result = 0;
+          break;
         }
-        kind = set.CloseKind(c);
-        if (kind >= 0) {
-          if (stack.Empty() || stack.Pop() != kind) {
-            result = 0;
-            break;
-          }
-          continue;
-        }
+        continue;
       }
       if (!stack.Empty() || i + 1 < m) continue;
-      if (c == last && std::memcmp(s + i + 1 - m, needle.data(), m) == 0) {
+      if (c == last && (m == 1 || std::memcmp(s + i + 1 - m, needle.data(), m) == 0)) {
         found = static_cast<int32_t>(i + 1 - m);
         result = 0;
         break;
@@ -218,6 +263,20 @@ int32_t FindFirstTopLevel(std::string_view text, std::string_view opening, std::
   }
   if (position) *position = found;
   return result;
+}
+
+}  // namespace
+
+int32_t FindLastTopLevel(std::string_view text, std::string_view opening, std::string_view closing,
+                         std::string_view needle, int32_t *position) {
+  if (IsStandardSet(opening, closing)) return LastTopLevel(text, kStandard, needle, position);
+  return LastTopLevel(text, GenericBrackets(opening, closing, false), needle, position);
+}
+
+int32_t FindFirstTopLevel(std::string_view text, std::string_view opening, std::string_view closing,
+                          std::string_view needle, int32_t *position) {
+  if (IsStandardSet(opening, closing)) return FirstTopLevel(text, kStandard, needle, position);
+  return FirstTopLevel(text, GenericBrackets(opening, closing, true), needle, position);
 }
 
 int32_t FindTopLevelEquals(std::string_view text, int32_t commaFlag, int32_t *position) {
@@ -367,6 +426,32 @@ char *StripOuterPairs(char **text, char open, char close, int32_t *count) {
 // opening one on the stack is taken as text, and one of another kind closes
 // the innermost level anyway: the pieces stay well defined on any input.
 
+namespace {
+// Appends the segments before each depth-0 separator and returns where the
+// last segment begins. Only the depth counts here (a stray or mismatched
+// closing bracket still closes a level).
+template <class Brackets>
+std::size_t SplitAtDepthZero(std::string_view text, const Brackets &set, unsigned char sep,
+                      std::vector<std::string_view> *pieces) {
+  std::size_t depth = 0;
+  std::size_t start = 0;
+  const std::size_t n = text.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (const int kind = set.Kind(c)) {
+      if (kind > 0) ++depth;
+      else if (depth > 0) --depth;
+      continue;
+    }
+    if (c == sep && depth == 0) {
+      pieces->push_back(text.substr(start, i - start));
+      start = i + 1;
+    }
+  }
+  return start;
+}
+}  // namespace
+
 int32_t SplitArgumentList(std::string_view text, std::string_view opening, std::string_view closing,
                           char separator, int32_t keepEmpty, std::vector<std::string_view> *pieces) {
   if (!pieces) return 0;
@@ -376,28 +461,12 @@ int32_t SplitArgumentList(std::string_view text, std::string_view opening, std::
     if (keepEmpty) pieces->push_back(text);
     return static_cast<int32_t>(pieces->size());
   }
-  const BracketSet set(opening, closing);
-  const unsigned char sep = static_cast<unsigned char>(separator);
-  std::size_t depth = 0;  // kinds don't matter for where a list is cut
-  std::size_t start = 0;
+  if (pieces->capacity() < 8) pieces->reserve(8);
   const std::size_t n = text.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    const unsigned char c = static_cast<unsigned char>(text[i]);
-    if (set.IsBracket(c)) {
-      if (set.OpenKind(c) >= 0) {
-        ++depth;
-        continue;
-      }
-      if (set.CloseKind(c) >= 0) {
-        if (depth > 0) --depth;
-        continue;
-      }
-    }
-    if (c == sep && depth == 0) {
-      pieces->push_back(text.substr(start, i - start));
-      start = i + 1;
-    }
-  }
+  const unsigned char sep = static_cast<unsigned char>(separator);
+  const std::size_t start = IsStandardSet(opening, closing)
+                                ? SplitAtDepthZero(text, kStandard, sep, pieces)
+                                : SplitAtDepthZero(text, GenericBrackets(opening, closing, true), sep, pieces);
   if (start < n || keepEmpty) pieces->push_back(text.substr(start));
   return static_cast<int32_t>(pieces->size());
 }
@@ -578,15 +647,24 @@ bool IsExponentSignAt(std::string_view text, std::size_t pos) {
 
 int32_t FindAdditive(std::string_view text, std::string_view needle) {
   if (!FitsInt32(text.size())) return -1;
+  // A needle that stands nowhere in the text stands nowhere at depth 0.
+  if (needle.size() == 1 && !std::memchr(text.data(), needle[0], text.size())) return -1;
   const SyntaxLists &lists = DefaultSyntaxLists();
   std::string_view left = text;
   // Each retry searches only the part left of the rejected sign, so the
   // whole loop walks the text once.
   for (;;) {
     int32_t pos = -1;
-    FindLastTopLevel(left, kOpenBlockParenSquare, kCloseBlockParenSquare, needle, &pos);
+    LastTopLevel(left, kStandard, needle, &pos);
     if (pos < 0) return -1;
-    if (MatchEndingAt(left, pos, lists.multiplicative) > 0 || MatchEndingAt(left, pos, lists.additive) > 0 ||
+    // A sign right after a multiplicative or additive entry is unary. The
+    // entries of both lists end in one of these bytes; the list test runs
+    // only when the byte matches.
+    const char before = pos > 0 ? left[static_cast<std::size_t>(pos) - 1] : '\0';
+    const bool mayBeUnary = before == '*' || before == '/' || before == '^' || before == ',' || before == '.' ||
+                            before == '+' || before == '-';
+    if ((mayBeUnary && (MatchEndingAt(left, pos, lists.multiplicative) > 0 ||
+                        MatchEndingAt(left, pos, lists.additive) > 0)) ||
         IsExponentSignAt(text, static_cast<std::size_t>(pos))) {
       left = left.substr(0, static_cast<std::size_t>(pos));
       continue;
@@ -718,22 +796,10 @@ bool ParsePrefixed(std::string_view digits, int base, double *value) {
 }
 }  // namespace
 
-int32_t TestNumericString(std::string_view text, double *value) {
-  if (text.empty()) return 0;
-  double v = 0.0;
-  if (text.size() >= 2 && text[0] == '0' && (text[1] == 'b' || text[1] == 'x')) {
-    if (!ParsePrefixed(text.substr(2), text[1] == 'b' ? 2 : 16, &v)) return 0;
-    if (value) *value = v;
-    return 1;
-  }
-  // strtod accepts leading white space, a sign, digits, a point, "inf" and
-  // "nan"; inf and nan are refused below anyway, so any other first byte
-  // (names, placeholders) is refused without a call.
-  std::size_t i = 0;
-  while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
-  if (i == text.size()) return 0;
-  const char first = text[i];
-  if (!(IsDigit(static_cast<unsigned char>(first)) || first == '.' || first == '+' || first == '-')) return 0;
+namespace {
+// The strtod part of TestNumericString, out of line: most texts tested are
+// names and never get here.
+__attribute__((noinline)) int32_t ParseDecimal(std::string_view text, double *value) {
   if (std::memchr(text.data(), '\0', text.size())) return 0;
   char local[64];
   std::unique_ptr<char[]> heap;
@@ -745,10 +811,38 @@ int32_t TestNumericString(std::string_view text, double *value) {
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = '\0';
   char *end = nullptr;
-  v = std::strtod(buffer, &end);
+  const double v = std::strtod(buffer, &end);
   if (end != buffer + text.size() || !std::isfinite(v)) return 0;
   if (value) *value = v;
   return 1;
+}
+}  // namespace
+
+namespace {
+__attribute__((noinline)) int32_t TestNumericRest(std::string_view text, double *value) {
+  if (text.size() >= 2 && text[0] == '0' && (text[1] == 'b' || text[1] == 'x')) {
+    double v = 0.0;
+    if (!ParsePrefixed(text.substr(2), text[1] == 'b' ? 2 : 16, &v)) return 0;
+    if (value) *value = v;
+    return 1;
+  }
+  std::size_t i = 0;
+  while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
+  if (i == text.size()) return 0;
+  const char first = text[i];
+  if (!(IsDigit(static_cast<unsigned char>(first)) || first == '.' || first == '+' || first == '-')) return 0;
+  return ParseDecimal(text, value);
+}
+}  // namespace
+
+int32_t TestNumericString(std::string_view text, double *value) {
+  // strtod accepts leading white space, a sign, digits, a point, "inf" and
+  // "nan"; inf and nan are refused anyway, so a text that begins with any
+  // other byte (a name, a placeholder) is refused here, without a call.
+  if (text.empty()) return 0;
+  const unsigned char c = static_cast<unsigned char>(text[0]);
+  if (!IsDigit(c) && c != '.' && c != '+' && c != '-' && c != ' ' && (c < '\t' || c > '\r')) return 0;
+  return TestNumericRest(text, value);
 }
 
 }  // namespace qvx

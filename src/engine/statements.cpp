@@ -300,7 +300,7 @@ uint8_t ExecuteStatement(std::string_view text, Environment *env) {
   bool assignment = false;
   if (exact) {
     assignment = TestAssignmentForm(text) && FindTopLevelEquals(text, -1, &pos) == 1 && pos > 0;
-  } else if (!comma && (facts.present & kFactEquals) && text.back() != '=') {
+  } else if (!comma && (facts.present & kFactAssign) && text.back() != '=') {
     // The screen's assignment test, on a text known to be balanced and
     // without a list comma: one depth-0 "=", and none on either side.
     auto noEquals = [](std::string_view part) {
@@ -327,7 +327,7 @@ uint8_t ExecuteStatement(std::string_view text, Environment *env) {
     if (pieces.size() < 2) {
       int32_t owned = 0;
       int32_t eq = -1;
-      const bool equals = (facts.present & kFactEquals) && FindTopLevelEquals(text, comma ? 1 : 0, &eq) == 1;
+      const bool equals = (facts.present & kFactAssign) && FindTopLevelEquals(text, comma ? 1 : 0, &eq) == 1;
       Object *v = (comma || equals) ? RunBlock(text, env, &owned) : EvaluateOperand(text, env, &owned);
       status = StatusOfValue(v);
       if (owned) FreeObject(v);

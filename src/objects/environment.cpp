@@ -191,11 +191,24 @@ Environment *CreateScalarPrototype() {
 void FreeScalarPrototype(Environment *p) { TerminateEnvironment(p); }
 
 Environment *CreateScalarEnvironment(Object *owner, Environment *parent) {
-  const Globals &g = G();
   auto *e = static_cast<Environment *>(std::malloc(sizeof(Environment)));
   if (!e) return nullptr;
-  if (g.scalarPrototype) std::memcpy(e, g.scalarPrototype, sizeof(Environment));
-  else std::memset(e, 0, sizeof(Environment));
+  InitScalarEnvironment(e, owner, parent);
+  return e;
+}
+
+void InitScalarEnvironment(Environment *e, Object *owner, Environment *parent) {
+  const Globals &g = G();
+  if (g.scalarPrototype) {
+    // Every number made gets this copy. With its size known, the compiler
+    // emits a string-move instruction whose start-up costs more than the
+    // copy; hiding the size makes it the library's vector copy.
+    std::size_t size = sizeof(Environment);
+    __asm__("" : "+r"(size));
+    std::memcpy(e, g.scalarPrototype, size);
+  } else {
+    std::memset(e, 0, sizeof(Environment));
+  }
   e->isScalar = 1;
   e->scopeText = nullptr;
   e->frameSuffix = nullptr;
@@ -205,20 +218,12 @@ Environment *CreateScalarEnvironment(Object *owner, Environment *parent) {
   e->ownsShared = 0;
   e->cancelFlag = parent ? parent->cancelFlag : nullptr;
   e->resourceTable = parent ? parent->resourceTable : nullptr;
-  return e;
 }
 
 void FreeScalarEnvironment(Environment *e) {
   if (!e) return;
   WipeAndFree(e->scopeText);
   std::free(e);
-}
-
-Environment *ParentOf(const Environment *env) {
-  if (!env || !env->ownerObject) return nullptr;
-  if (env->scopeKind == 0) return static_cast<Object *>(env->ownerObject)->parentEnvironment;
-  if (env->scopeKind == 1) return static_cast<ClassRecord *>(env->ownerObject)->holder;
-  return nullptr;
 }
 
 Environment *TopLevelOf(Environment *env) {

@@ -105,13 +105,22 @@ namespace qvx {
 Environment *CreateEnvironment(void *owner, int32_t kind);
 // A ScalarEnvironment for a scalar object (tables borrowed from the prototype).
 Environment *CreateScalarEnvironment(Object *owner, Environment *parent);
+// Fills an allocated record as CreateScalarEnvironment does (used to give a
+// recycled scalar record a fresh scope).
+void InitScalarEnvironment(Environment *env, Object *owner, Environment *parent);
 void FreeScalarEnvironment(Environment *env);
 // Allocates the prototype whose tables every scalar shares; Globals owns it.
 Environment *CreateScalarPrototype();
 void FreeScalarPrototype(Environment *prototype);
 
-// The enclosing scope by the owner rule, or null at a top level.
-Environment *ParentOf(const Environment *env);
+// The enclosing scope by the owner rule, or null at a top level. Inline:
+// every name look-up climbs with it.
+inline Environment *ParentOf(const Environment *env) {
+  if (!env || !env->ownerObject) return nullptr;
+  if (env->scopeKind == 0) return static_cast<Object *>(env->ownerObject)->parentEnvironment;
+  if (env->scopeKind == 1) return static_cast<ClassRecord *>(env->ownerObject)->holder;
+  return nullptr;
+}
 Environment *TopLevelOf(Environment *env);
 
 void PurgeDeletedObjects(Environment *env);

@@ -489,7 +489,19 @@ QVX_API RBSTNode *RBSTFind(RBSTNode *root, const char *key) noexcept {
   if (!key) return nullptr;
   RBSTNode *n = root;
   while (n && !IsSentinel(n)) {
-    int c = std::strcmp(key, n->key);
+    // Keys are short names: an inline byte loop beats a library call. The
+    // order is strcmp's (bytes as unsigned char), so the descent is the same.
+    const unsigned char *a = reinterpret_cast<const unsigned char *>(key);
+    const unsigned char *b = reinterpret_cast<const unsigned char *>(n->key);
+    if (!b) {
+      n = n->right;
+      continue;
+    }
+    while (*a && *a == *b) {
+      ++a;
+      ++b;
+    }
+    const int c = static_cast<int>(*a) - static_cast<int>(*b);
     if (c == 0) return n;
     n = c < 0 ? n->left : n->right;
   }
