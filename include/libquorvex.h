@@ -788,6 +788,162 @@ QVX_API Tensor  *TensorEigenvectors(const Tensor *t) QVX_NOEXCEPT;  /* item k: e
 /* Fourier family                                                           */
 /* ======================================================================== */
 
+/* Transforms are centred and unitary: for n points the origin is element
+ * n/2 + 1 of both the data and the transform, each direction is divided by
+ * sqrt(n), and direction is the sign in the exponent (-1 forward, +1
+ * inverse). A frequency domain of n samples of spacing dx has spacing
+ * 1/(n dx). Data sets: 1D is a Matrix(2, n) (abscissas, ordinates), 1DC a
+ * MatrixC(2, n) with the abscissas in the real parts. Functions that return
+ * a data set give an empty one (2 columns, 0 rows) for a bad input. */
+
+/* FFTV transforms in place when the length is a power of two and leaves
+ * any other vector unchanged. FFTVErr does the same for a power of two
+ * (answer 0); for another length it transforms a copy resampled linearly to
+ * the next power of two and writes back its central n points (answer 1);
+ * -1 when nothing was done. DFT is the direct O(n^2) centred transform of
+ * any length. The matrix and N-D forms take any length (powers of two by
+ * the FFTV kernel). FFTND works on a VectorC of FFTNGetNPts(dims) elements,
+ * row-major, dims a VectorL whose last entry is the fastest index. */
+QVX_API void     FFTV(Complex *v, int32_t direction) QVX_NOEXCEPT;
+QVX_API int32_t  FFTVErr(Complex *v, int32_t direction) QVX_NOEXCEPT;
+QVX_API Complex *DFT(const Complex *v, int32_t direction) QVX_NOEXCEPT;
+QVX_API void     FFTCols(Complex **m, int32_t direction) QVX_NOEXCEPT;  /* each column */
+QVX_API void     FFTRows(Complex **m, int32_t direction) QVX_NOEXCEPT;  /* each row */
+QVX_API void     FFTM(Complex **m, int32_t direction) QVX_NOEXCEPT;     /* columns, then rows */
+QVX_API void     FFTND(Complex *data, const int32_t *dims, int32_t direction) QVX_NOEXCEPT;
+QVX_API int32_t  FFTNGetNPts(const int32_t *dims) QVX_NOEXCEPT;          /* 0: bad dims */
+QVX_API void     FFTNShift(Complex *data, const int32_t *dims) QVX_NOEXCEPT;  /* k -> k + n/2 per axis */
+QVX_API double  *FFTNDomainChange(const double *spacing, const int32_t *dims) QVX_NOEXCEPT;  /* 1/(n dx) per axis */
+
+/* Domains. CenterDomain: x - x[n/2+1]; ReferenceDomain: the same plus
+ * reference; CenterDomainFFT: the uniform grid of x's spacing with 0 at
+ * element n/2+1; FFTDomainChange: the frequencies of a grid; PositiveDomain:
+ * elements n/2+1..n. DiscretizeDomainFFT: n points x1 + (i-1)(x2-x1)/n.
+ * DiscretizeFFT samples f on that grid with n raised to a power of two,
+ * DiscretizeFFTN with n as given. */
+QVX_API double  *CenterDomain(const double *x) QVX_NOEXCEPT;
+QVX_API Complex *CenterDomainC(const Complex *x) QVX_NOEXCEPT;
+QVX_API double  *ReferenceDomain(const double *x, double reference) QVX_NOEXCEPT;
+QVX_API double  *CenterDomainFFT(const double *x) QVX_NOEXCEPT;
+QVX_API Complex *CenterDomainFFTC(const Complex *x) QVX_NOEXCEPT;
+QVX_API Complex *CenteredFFTDomainC(int32_t n, double dx) QVX_NOEXCEPT;
+QVX_API double  *FFTDomainChange(const double *x) QVX_NOEXCEPT;
+QVX_API Complex *FFTDomainChangeC(const Complex *x) QVX_NOEXCEPT;
+QVX_API double  *PositiveDomain(const double *x) QVX_NOEXCEPT;
+QVX_API Complex *PositiveDomainC(const Complex *x) QVX_NOEXCEPT;
+QVX_API double  *DiscretizeDomainFFT(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex *DiscretizeDomainFFTC(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeFFT(Complex (*f)(double x, void *context), void *context, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeFFTN(Complex (*f)(double x, void *context), void *context, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+
+/* Padding to n points keeps element n/2+1 on the old centre (cropping when
+ * n is smaller). ZeroPadFFT pads to the next power of two, FormatZeroPadFFT
+ * to the next power of two >= factor * n; FormatFFT resamples linearly to
+ * the next power of two over the same span. */
+QVX_API Complex  *ZeroPadVC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *ZeroPadFFT(const Complex *v) QVX_NOEXCEPT;
+QVX_API Complex  *FormatZeroPadFFT(const Complex *v, int32_t factor) QVX_NOEXCEPT;
+QVX_API Complex  *FormatFFT(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **ZeroPad1D(double **data, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **ZeroPad1DC(Complex **data, int32_t n) QVX_NOEXCEPT;
+
+/* Shifts: y_i = v_{i - shift}. Shift0C fills with zeros; ShiftCont shifts
+ * circularly by any real number of samples through the transform;
+ * ShiftCont1DC by a distance in abscissa units. */
+QVX_API Complex  *Shift0C(const Complex *v, int32_t shift) QVX_NOEXCEPT;
+QVX_API double   *ShiftCont(const double *v, double shift) QVX_NOEXCEPT;
+QVX_API Complex **ShiftCont1DC(Complex **data, double distance) QVX_NOEXCEPT;
+
+/* Centring. The CenterDistr forms shift samples (circularly, or with zero
+ * fill for 0C) so that the centroid (weights |v|, complex |v|^2; the Window
+ * form from elements i1..i2 only) lands on element n/2+1. The
+ * CenterDistribution forms keep the samples and move the abscissas so that
+ * the weighted mean abscissa is 0 (Window: from x1 <= x <= x2). */
+QVX_API double   *CenterDistr(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *CenterDistrC(const Complex *v) QVX_NOEXCEPT;
+QVX_API Complex  *CenterDistr0C(const Complex *v) QVX_NOEXCEPT;
+QVX_API Complex  *CenterDistrWindowC(const Complex *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double  **CenterDistribution(double **data) QVX_NOEXCEPT;
+QVX_API Complex **CenterDistributionC(Complex **data) QVX_NOEXCEPT;
+QVX_API Complex **CenterDistributionWindowC(Complex **data, double x1, double x2) QVX_NOEXCEPT;
+
+/* Convolution. ConvolutionD, ConvolutionC, ConvolutionFFTV: the full linear
+ * convolution (length na + nb - 1), the last through transforms.
+ * Convolution1D and ConvolutionFFT (direct, by transforms): dx sum_j
+ * a(x_j) b(x_i - x_j) on the abscissas of a, with b on a centred grid of the
+ * same spacing. Autocorrelation: non-circular, lag k - (n/2+1) at element k. */
+QVX_API double   *ConvolutionD(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API Complex  *ConvolutionC(const Complex *a, const Complex *b) QVX_NOEXCEPT;
+QVX_API Complex  *ConvolutionFFTV(const Complex *a, const Complex *b) QVX_NOEXCEPT;
+QVX_API double  **Convolution1D(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double  **ConvolutionFFT(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double   *Autocorrelation(const double *v) QVX_NOEXCEPT;
+
+/* Edge tapers on a copy: the k outermost samples of one edge. With s = 1 at
+ * the outermost sample and 1/k next to the interior: cosine 0.5(1 +
+ * cos(pi s)) (DampenLeft, DampenRight), linear 1 - s, Gauss exp(-4.5 s^2),
+ * Exp exp(-5 s), Zero 0; Fit replaces them by the cubic from 0 (zero slope)
+ * to the first untouched sample, matching its value and slope. */
+QVX_API double *DampenLeft(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenLeftLinear(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenLeftGauss(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenLeftZero(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenLeftFit(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenRight(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenRightLinear(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenRightGauss(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenRightExp(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double *DampenRightFit(const double *v, int32_t k) QVX_NOEXCEPT;
+
+/* DC and phase. RemoveDCWindow subtracts the mean of elements i1..i2.
+ * Phase is atan2(im, re); the Unwrap forms remove jumps above pi (UnwrapM
+ * per column, UnwrapVWindow within i1..i2). The phase fits weight the
+ * unwrapped phase of a 1DC by |y|^2: PolynomialFitPhase gives degree + 1
+ * coefficients from the constant up, LinearPhase the pair (a, b) of
+ * a + b x, RemoveLinearPhase multiplies by exp(-i (a + b x)). */
+QVX_API double   *RemoveDC(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *RemoveDCC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   *RemoveDCWindow(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   *Phase(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **UnwrapM(double **m) QVX_NOEXCEPT;
+QVX_API double   *UnwrapVWindow(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   *PolynomialFitPhase(Complex **data, int32_t degree) QVX_NOEXCEPT;
+QVX_API double   *LinearPhase(Complex **data) QVX_NOEXCEPT;
+QVX_API Complex **RemoveLinearPhase(Complex **data) QVX_NOEXCEPT;
+
+/* Analysis. AnalyticSignal: v + i H[v]; Envelope: its modulus. Spectrum:
+ * frequencies and |transform|^2 of a 1DC. TimeBandwidthProduct: product of
+ * the rms widths (weights |y|^2) of a 1DC and of its transform, 1/(4 pi)
+ * for a Gaussian; the Spectrum form starts from the frequency side.
+ * SmoothFFTV: Gaussian smoothing of standard deviation sigma samples
+ * (mirror-extended ends); SmoothFFT: width in abscissa units.
+ * SuperGaussianFilter multiplies the transform by exp(-((f - centre) /
+ * width)^(2 order)). FourierFilter(C) applies the filter read from the file
+ * "fourier_filter_spec.txt" of the current directory, lines "key value":
+ * type lowpass|highpass|bandpass|bandstop|supergaussian, low, high, centre,
+ * width, order, '#' comments; a missing or unusable file leaves the data
+ * unchanged. */
+QVX_API Complex  *AnalyticSignal(const double *v) QVX_NOEXCEPT;
+QVX_API double   *Envelope(const double *v) QVX_NOEXCEPT;
+QVX_API double  **Spectrum(Complex **data) QVX_NOEXCEPT;
+QVX_API double    TimeBandwidthProduct(Complex **data) QVX_NOEXCEPT;
+QVX_API double    TimeBandwidthProductSpectrum(Complex **spectrum) QVX_NOEXCEPT;
+QVX_API double   *SmoothFFTV(const double *v, double sigma) QVX_NOEXCEPT;
+QVX_API double  **SmoothFFT(double **data, double width) QVX_NOEXCEPT;
+QVX_API Complex **SuperGaussianFilter(Complex **data, double centre, double width, int32_t order) QVX_NOEXCEPT;
+QVX_API double  **FourierFilter(double **data) QVX_NOEXCEPT;
+QVX_API Complex **FourierFilterC(Complex **data) QVX_NOEXCEPT;
+
+/* FSeries: Matrix(3, terms + 1) of k, a_k, b_k for one period sampled at n
+ * uniform points, f ~ a_0/2 + sum a_k cos(2 pi k t/L) + b_k sin(2 pi k t/L).
+ * STFT: column f the centred transform of frame f (window samples from
+ * 1 + (f-1) hop, periodic Hann window). WignerDistribution: Matrix(n, n),
+ * column t the time, row i the frequency (i - (n/2+1)) / (2n) per sample;
+ * n above 4096 gives an empty matrix. */
+QVX_API double  **FSeries(double **data, int32_t terms) QVX_NOEXCEPT;
+QVX_API Complex **STFT(const double *v, int32_t window, int32_t hop) QVX_NOEXCEPT;
+QVX_API double  **WignerDistribution(const Complex *v) QVX_NOEXCEPT;
+
 /* @@FOURIER@@ */
 
 /* ======================================================================== */
