@@ -25,6 +25,7 @@
 #include "engine/scan.h"
 #include "libquorvex.h"
 #include "math/deriv.h"
+#include "math/series.h"
 #include "math/textarith.h"
 
 namespace qvx {
@@ -484,6 +485,7 @@ std::vector<Entry> BuildEntries(std::index_sequence<I...>) {
                        PredefinedFunction{nullptr, ObjectOf<I>, SplitOf<I>, nullptr}}),
    ...);
   out.push_back(Entry{"deriv()", PredefinedFunction{nullptr, DerivObjectHandler, nullptr, nullptr}});
+  for (const PredefinedFunction &f : SeriesFunctions()) out.push_back(Entry{f.key, f});
   for (Entry &e : out) e.function.derive = DerivativeRule(e.key);
   return out;
 }
