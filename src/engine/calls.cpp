@@ -431,6 +431,15 @@ bool ParseCall(std::string_view text, int32_t allowThis, int32_t evaluate, CallT
   call->owned.assign(1, 0);
   if (evaluate) {
     for (std::string_view t : call->texts) {
+      // An argument that calls or assigns may rebind a name an earlier
+      // argument borrowed: those are copied before it runs.
+      if (call->values.size() > 1 && t.find_first_of("(=:") != std::string_view::npos) {
+        for (std::size_t j = 1; j < call->values.size(); ++j) {
+          if (call->owned[j] || !call->values[j]) continue;
+          call->values[j] = CopyObject(call->values[j], env, 1);
+          call->owned[j] = call->values[j] ? 1 : 0;
+        }
+      }
       int32_t own = 0;
       Object *o = EvaluateExpression(t, env, &own);
       call->values.push_back(o);

@@ -950,6 +950,13 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
     // A variable. An algebraic value that evaluates to a number reads as it.
     result = ReadVariable(body, env, &own);
     if (result && result->tag == kTagAlgebraic && !IsSentinelObject(result) && body != AlgebraicText(result)) {
+      // The stored text may call or assign, and so rebind this very name:
+      // then work on a copy that the evaluation can't free.
+      if (!own) {
+        Held h(result, 0);
+        KeepAcross(h, AlgebraicText(result), env);
+        result = h.Release(&own);
+      }
       int32_t inner = 0;
       Object *v = EvaluateOperand(AlgebraicText(result), env, &inner);
       if (v && v->tag == kTagNumeric) {

@@ -84,6 +84,20 @@ TEST(Assign, MethodOfATemporaryOutlivesIt) {
   EXPECT_EQ(s.Run("y"), s.Run("tan(1)"));
 }
 
+// Evaluation that rebinds a name while a value of it is still in use: an
+// earlier argument of the same call, or the stored text being evaluated
+// (ASan checks that nothing freed is read).
+TEST(Assign, RebindingWhileAValueIsInUse) {
+  Session s;
+  s.Run("q=:x=2;");
+  s.Run("w=foo(x,x=1/a)");
+  EXPECT_EQ(s.Run("w"), "foo(2,0)");
+  Session t;
+  t.Run("x=2");
+  t.Run("x=foo(sin(x)/:x=2;)");
+  EXPECT_NE(t.Run("foo(n*x,1-n,x=1)"), "");
+}
+
 TEST(Assign, MemberForm) {
   struct Case {
     const char *text;
