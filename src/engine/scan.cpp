@@ -678,9 +678,7 @@ bool IsSingleTerm(std::string_view text) {
   while (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
   const std::string_view rest = text.substr(i);
   // Most operands hold no sign at all: one byte search settles them.
-  bool signed_ = false;
-  for (const char c : rest) signed_ |= (c == '+') | (c == '-');
-  if (!signed_) return true;
+  if (rest.find_first_of("+-") == std::string_view::npos) return true;
   return FindAdditive(rest, "+") < 0 && FindAdditive(rest, "-") < 0;
 }
 
