@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "engine/evaluate.h"
+#include "engine/normalise.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 
@@ -93,6 +94,11 @@ bool StoreVariable(std::string_view name, Object *value, int32_t owned, Environm
 // Turns a scalar (tags 1, 12, 13) into a mutant in place, or an instance
 // into a mutant; other tags are left alone. True if the object changed.
 bool MutateObject(Object *object);
+
+// A literal sink that enters the literals of a text into the tables of the
+// top-level scope `top` (script.cpp); the scope's existing literals are not
+// offered for reuse.
+LiteralSink NewLiteralSink(Environment *top);
 
 // ---------------------------------------------------------------------------
 // Calls and blocks (calls.cpp).

@@ -30,6 +30,48 @@
 namespace qvx {
 namespace {
 
+// Enters a literal object under its placeholder in the top-level tables.
+void EnterLiteral(Environment *top, const char *placeholder, Object *o) {
+  if (!o) return;
+  o->memberKind = 1;
+  o->creationDepth = 0;
+  RBSTInsert(&top->objectTable, top->objectTable.root, placeholder, o);
+  auto *cell = static_cast<Object **>(std::malloc(sizeof(Object *)));
+  if (!cell) return;
+  *cell = o;
+  RBSTInsert(&top->temporaryNames, top->temporaryNames.root, placeholder, cell);
+}
+
+}  // namespace
+
+LiteralSink NewLiteralSink(Environment *top) {
+  LiteralSink sink;
+  sink.context = top;
+  sink.seed = top && top->seed ? *top->seed : 0;
+  sink.nameExists = [](void *ctx, const char *name) -> int32_t {
+    auto *top = static_cast<Environment *>(ctx);
+    return RBSTFind(top->objectTable.root, name) != nullptr;
+  };
+  sink.addStringLiteral = [](void *ctx, const char *placeholder, const char *quoted) -> int32_t {
+    auto *top = static_cast<Environment *>(ctx);
+    std::string_view q(quoted);
+    if (q.size() >= 2 && q.front() == '"' && q.back() == '"') q = q.substr(1, q.size() - 2);
+    const std::string value = UnescapeStringCopy(q);
+    EnterLiteral(top, placeholder, NewStringObject(value.c_str(), top));
+    return 1;
+  };
+  sink.addNumberLiteral = [](void *ctx, const char *placeholder, const char *text) -> int32_t {
+    auto *top = static_cast<Environment *>(ctx);
+    double v = 0.0;
+    Object *o = TestNumericString(text, &v) ? NewNumericValueObject(v, 0.0, top) : NewAlgebraicObject(text, top);
+    EnterLiteral(top, placeholder, o);
+    return 1;
+  };
+  return sink;
+}
+
+namespace {
+
 // Deeper bracket nesting than this is refused before evaluation: each level
 // costs a recursion and a search of what it encloses.
 constexpr int32_t kMaxNesting = 5000;
@@ -68,47 +110,14 @@ bool LiteralText(const Object *o, int32_t digits, std::string *out) {
   }
 }
 
-// Enters a literal object under its placeholder in the top-level tables.
-void EnterLiteral(Environment *top, const char *placeholder, Object *o) {
-  if (!o) return;
-  o->memberKind = 1;
-  o->creationDepth = 0;
-  RBSTInsert(&top->objectTable, top->objectTable.root, placeholder, o);
-  auto *cell = static_cast<Object **>(std::malloc(sizeof(Object *)));
-  if (!cell) return;
-  *cell = o;
-  RBSTInsert(&top->temporaryNames, top->temporaryNames.root, placeholder, cell);
-}
-
 LiteralSink MakeSink(Environment *top) {
-  LiteralSink sink;
-  sink.context = top;
-  sink.seed = top && top->seed ? *top->seed : 0;
+  LiteralSink sink = NewLiteralSink(top);
   sink.forEachLiteral = [](void *ctx, void (*visit)(void *, const char *, const char *), void *cookie) {
     auto *top = static_cast<Environment *>(ctx);
     ForEachNode(top->temporaryNames.root, [&](RBSTNode *n) {
       std::string text;
       if (LiteralText(CellObject(n->value), 15, &text)) visit(cookie, n->key, text.c_str());
     });
-  };
-  sink.nameExists = [](void *ctx, const char *name) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    return RBSTFind(top->objectTable.root, name) != nullptr;
-  };
-  sink.addStringLiteral = [](void *ctx, const char *placeholder, const char *quoted) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    std::string_view q(quoted);
-    if (q.size() >= 2 && q.front() == '"' && q.back() == '"') q = q.substr(1, q.size() - 2);
-    const std::string value = UnescapeStringCopy(q);
-    EnterLiteral(top, placeholder, NewStringObject(value.c_str(), top));
-    return 1;
-  };
-  sink.addNumberLiteral = [](void *ctx, const char *placeholder, const char *text) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    double v = 0.0;
-    Object *o = TestNumericString(text, &v) ? NewNumericValueObject(v, 0.0, top) : NewAlgebraicObject(text, top);
-    EnterLiteral(top, placeholder, o);
-    return 1;
   };
   return sink;
 }

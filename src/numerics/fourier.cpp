@@ -34,29 +34,6 @@ namespace {
 
 std::vector<Complex> ToVec(const Complex *v, int32_t n) { return std::vector<Complex>(v + 1, v + 1 + n); }
 
-// Run a body that may throw; on failure give the fall-back container (made
-// only then, so it never leaks on success).
-template <class F>
-Complex *GuardVC(F &&body) {
-  Complex *r = qvx::Guard(static_cast<Complex *>(nullptr), std::forward<F>(body));
-  return r ? r : VectorC(0);
-}
-template <class F>
-double *GuardV(F &&body) {
-  double *r = qvx::Guard(static_cast<double *>(nullptr), std::forward<F>(body));
-  return r ? r : Vector(0);
-}
-template <class F>
-Complex **GuardDataSetC(F &&body) {
-  Complex **r = qvx::Guard(static_cast<Complex **>(nullptr), std::forward<F>(body));
-  return r ? r : EmptyDataSetC();
-}
-template <class F>
-double **GuardDataSet(F &&body) {
-  double **r = qvx::Guard(static_cast<double **>(nullptr), std::forward<F>(body));
-  return r ? r : EmptyDataSet();
-}
-
 Complex *FromVec(const std::vector<Complex> &a) {
   const int32_t n = static_cast<int32_t>(a.size());
   Complex *out = VectorC(n);

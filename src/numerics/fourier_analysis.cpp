@@ -204,27 +204,6 @@ using namespace qvx::fourier;
 
 namespace {
 
-template <class F>
-double *GuardV(F &&body) {
-  double *r = qvx::Guard(static_cast<double *>(nullptr), std::forward<F>(body));
-  return r ? r : Vector(0);
-}
-template <class F>
-Complex *GuardVC(F &&body) {
-  Complex *r = qvx::Guard(static_cast<Complex *>(nullptr), std::forward<F>(body));
-  return r ? r : VectorC(0);
-}
-template <class F>
-Complex **GuardDataSetC(F &&body) {
-  Complex **r = qvx::Guard(static_cast<Complex **>(nullptr), std::forward<F>(body));
-  return r ? r : EmptyDataSetC();
-}
-template <class F>
-double **GuardDataSet(F &&body) {
-  double **r = qvx::Guard(static_cast<double **>(nullptr), std::forward<F>(body));
-  return r ? r : EmptyDataSet();
-}
-
 inline int32_t Centre(int32_t n) { return n / 2 + 1; }
 inline double Intensity(Complex z) { return z.re * z.re + z.im * z.im; }
 

@@ -13,41 +13,20 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "common/boundary.h"
 #include "libquorvex.h"
+#include "numerics/container_access.h"
 
 namespace qvx::fourier {
 
 // ---- container access ------------------------------------------------------
 
-inline int32_t LengthOf(const double *v) {
-  if (!v) return 0;
-  double x = v[0];
-  if (!(x > 0.0)) return 0;
-  if (x >= 2147483647.0) return INT32_MAX;
-  return static_cast<int32_t>(x);
-}
-inline int32_t LengthOf(const Complex *v) { return v ? LengthOf(&v[0].re) : 0; }
-inline int32_t LengthOf(const int32_t *v) { return v && v[0] > 0 ? v[0] : 0; }
-
-// Column count through the header; row count as the shortest column, so a
-// ragged matrix never leads past the end of a column.
-template <class T>
-inline int32_t ColsOf(T *const *m) {
-  return m ? LengthOf(static_cast<const T *>(m[0])) : 0;
-}
-template <class T>
-inline int32_t RowsOf(T *const *m) {
-  int32_t c = ColsOf(m);
-  if (c == 0) return 0;
-  int32_t r = LengthOf(static_cast<const T *>(m[1]));
-  for (int32_t j = 2; j <= c && r > 0; ++j) {
-    int32_t k = LengthOf(static_cast<const T *>(m[j]));
-    if (k < r) r = k;
-  }
-  return r;
-}
+using qvx::ColsOf;
+using qvx::LengthOf;
+using qvx::RowsOf;
 
 // Rows of a data set (two columns: abscissas, ordinates), or -1 when the
 // matrix has fewer than two columns.
@@ -68,6 +47,29 @@ inline bool Got(T *const *m, int32_t c, int32_t r) {
 // An empty data set: the fall-back of the functions that return one.
 double **EmptyDataSet();
 Complex **EmptyDataSetC();
+
+// Run a body that may throw; on failure give the fall-back container (made
+// only then, so it never leaks on success).
+template <class F>
+Complex *GuardVC(F &&body) {
+  Complex *r = qvx::Guard(static_cast<Complex *>(nullptr), std::forward<F>(body));
+  return r ? r : VectorC(0);
+}
+template <class F>
+double *GuardV(F &&body) {
+  double *r = qvx::Guard(static_cast<double *>(nullptr), std::forward<F>(body));
+  return r ? r : Vector(0);
+}
+template <class F>
+Complex **GuardDataSetC(F &&body) {
+  Complex **r = qvx::Guard(static_cast<Complex **>(nullptr), std::forward<F>(body));
+  return r ? r : EmptyDataSetC();
+}
+template <class F>
+double **GuardDataSet(F &&body) {
+  double **r = qvx::Guard(static_cast<double **>(nullptr), std::forward<F>(body));
+  return r ? r : EmptyDataSet();
+}
 
 // ---- complex helpers -------------------------------------------------------
 

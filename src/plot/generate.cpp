@@ -53,50 +53,13 @@ Scratch MakeScratch(Environment *source) {
   return Scratch(e);
 }
 
-// Literals of the plotted text go into the scratch scope's tables, where
-// they die with it.
-void EnterLiteral(Environment *top, const char *placeholder, Object *o) {
-  if (!o) return;
-  o->memberKind = 1;
-  o->creationDepth = 0;
-  RBSTInsert(&top->objectTable, top->objectTable.root, placeholder, o);
-  auto *cell = static_cast<Object **>(std::malloc(sizeof(Object *)));
-  if (!cell) return;
-  *cell = o;
-  RBSTInsert(&top->temporaryNames, top->temporaryNames.root, placeholder, cell);
-}
-
-LiteralSink ScratchSink(Environment *top) {
-  LiteralSink sink;
-  sink.context = top;
-  sink.seed = top->seed ? *top->seed : 0;
-  sink.nameExists = [](void *ctx, const char *name) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    return RBSTFind(top->objectTable.root, name) != nullptr;
-  };
-  sink.addStringLiteral = [](void *ctx, const char *placeholder, const char *quoted) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    std::string_view q(quoted);
-    if (q.size() >= 2 && q.front() == '"' && q.back() == '"') q = q.substr(1, q.size() - 2);
-    EnterLiteral(top, placeholder, NewStringObject(UnescapeStringCopy(q).c_str(), top));
-    return 1;
-  };
-  sink.addNumberLiteral = [](void *ctx, const char *placeholder, const char *text) -> int32_t {
-    auto *top = static_cast<Environment *>(ctx);
-    double v = 0.0;
-    Object *o = TestNumericString(text, &v) ? NewNumericValueObject(v, 0.0, top) : NewAlgebraicObject(text, top);
-    EnterLiteral(top, placeholder, o);
-    return 1;
-  };
-  return sink;
-}
-
 // Normalises and screens a text in the scratch scope. Assignments and
 // control statements are refused: a plot must not change any state.
 bool NormaliseForPlot(const char *input, Environment *scratch, std::string *text) {
   if (!input) return false;
   text->assign(input);
-  const LiteralSink sink = ScratchSink(scratch);
+  // Literals go into the scratch scope's tables, where they die with it.
+  const LiteralSink sink = NewLiteralSink(scratch);
   NormaliseText(*text, &sink);
   int32_t quotes = 0, placed = 0, assignment = 0, list = 0, expression = 0;
   if (!ScreenSyntax(*text, &quotes, &placed, &assignment, &list, &expression)) return false;
