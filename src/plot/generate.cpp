@@ -28,6 +28,7 @@
 #include "engine/scan.h"
 #include "libquorvex.h"
 #include "math/algebra.h"
+#include "math/series.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 #include "objects/tensor.h"
@@ -391,7 +392,7 @@ bool ArrayToMatrix(Evaluated *e) {
 // The unknowns of a surface plot, sorted so that the first is the
 // horizontal axis; missing ones get temporary names.
 bool SurfaceVariables(const std::string &text, Environment *scratch, int32_t wanted, std::vector<std::string> *names) {
-  *names = FindUnknowns(text, scratch);
+  *names = CollectUnknowns(text, scratch);
   if (static_cast<int32_t>(names->size()) > wanted) return false;
   std::sort(names->begin(), names->end());
   while (static_cast<int32_t>(names->size()) < wanted) names->push_back(FreeName("x", text, scratch, *names));
@@ -457,49 +458,10 @@ PlotBitmapPair *SurfacePlot(const char *text, double x1, double x2, double y1, d
 
 // ---- variables and sampling -------------------------------------------------------------
 
-std::vector<std::string> FindUnknowns(std::string_view text, Environment *env) {
-  std::vector<std::string> unknowns, bound;
-  const std::size_t n = text.size();
-  auto isName = [](unsigned char c) { return std::isalnum(c) || c == '_'; };
-  bool inString = false;
-  for (std::size_t i = 0; i < n;) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    if (c == '"') inString = !inString;
-    if (inString || c == '"' || !isName(c)) {
-      ++i;
-      continue;
-    }
-    if (std::isdigit(c)) {  // a number, with its exponent: "2e-3" holds no name
-      while (i < n && (std::isdigit(static_cast<unsigned char>(text[i])) || text[i] == '.')) ++i;
-      if (i < n && (text[i] == 'e' || text[i] == 'E')) {
-        std::size_t j = i + 1;
-        if (j < n && (text[j] == '+' || text[j] == '-')) ++j;
-        if (j < n && std::isdigit(static_cast<unsigned char>(text[j]))) {
-          while (j < n && std::isdigit(static_cast<unsigned char>(text[j]))) ++j;
-          i = j;
-        }
-      }
-      continue;
-    }
-    std::size_t j = i;
-    while (j < n && isName(static_cast<unsigned char>(text[j]))) ++j;
-    const std::string name(text.substr(i, j - i));
-    const bool member = i > 0 && text[i - 1] == '.';
-    const bool call = j < n && text[j] == '(';
-    i = j;
-    if (member || call || name == "i" || name == "this" || !IsPlainSymbol(name)) continue;
-    if (std::find(unknowns.begin(), unknowns.end(), name) != unknowns.end() ||
-        std::find(bound.begin(), bound.end(), name) != bound.end())
-      continue;
-    (FindObjectInScopes(name.c_str(), env) ? bound : unknowns).push_back(name);
-  }
-  return unknowns;
-}
-
 bool PrepareVariable(std::string_view text, Environment *env, PlotVariable *variable) {
   if (!env || !variable) return false;
   return Guard(false, [&] {
-    const std::vector<std::string> unknowns = FindUnknowns(text, env);
+    const std::vector<std::string> unknowns = CollectUnknowns(text, env);
     if (unknowns.size() > 1) return false;
     variable->temporary = unknowns.empty();
     variable->name = unknowns.empty() ? FreeName("x", text, env, {}) : unknowns.front();

@@ -96,8 +96,6 @@ struct PlotVariable {
 // value; calls, members and "i" are not unknowns). A text without one gets
 // a temporary name that no table holds. False for two or more unknowns.
 bool PrepareVariable(std::string_view text, Environment *env, PlotVariable *variable);
-// The unknowns in order of first appearance.
-std::vector<std::string> FindUnknowns(std::string_view text, Environment *env);
 
 // Samples `text` at n equally spaced real values of `variable` from x1 to x2
 // into a PlotSamples matrix (row 6 unwrapped with period 2*pi). `cancel` is
