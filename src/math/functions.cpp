@@ -421,8 +421,6 @@ Object *ObjectCommon(const FunctionRow &row, ArgumentList *arguments, Environmen
     return NewSentinelObject(kSentinelInvalidObject, env);
   }
   std::vector<Complex> values(static_cast<std::size_t>(n));
-  std::vector<std::string> texts;
-  texts.reserve(static_cast<std::size_t>(n));
   bool numeric = true;
   for (int32_t k = 0; k < n; ++k) {
     const Object *o = arguments->items[k + 1];
@@ -430,18 +428,16 @@ Object *ObjectCommon(const FunctionRow &row, ArgumentList *arguments, Environmen
     switch (o->tag) {
       case kTagNumeric:
         values[static_cast<std::size_t>(k)] = {Numeric(o)->re, Numeric(o)->im};
-        texts.push_back(JoinComplex(NumberText(Numeric(o)->re), NumberText(Numeric(o)->im)));
         break;
       case kTagAlgebraic:
         if (!PassesValidityTest(o)) return NewSentinelObject(kSentinelInvalidExpression, env);
         numeric = false;
-        texts.emplace_back(AlgebraicText(o));
         break;
       case kTagSplit: {
         const SplitValue *s = Split(o);
         numeric = false;
-        texts.push_back(JoinComplex(s->re ? s->re : "", s->im ? s->im : ""));
-        if (HasErrorSentinel(texts.back())) return NewSentinelObject(kSentinelInvalidExpression, env);
+        if (HasErrorSentinel(JoinComplex(s->re ? s->re : "", s->im ? s->im : "")))
+          return NewSentinelObject(kSentinelInvalidExpression, env);
         break;
       }
       default:
@@ -450,17 +446,35 @@ Object *ObjectCommon(const FunctionRow &row, ArgumentList *arguments, Environmen
     }
   }
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+  // The arguments as text, made only when the answer is not a plain number
+  // (printing every numeric argument would cost more than most cores).
+  auto argumentText = [&] {
+    std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(n));
+    for (int32_t k = 0; k < n; ++k) {
+      const Object *o = arguments->items[k + 1];
+      if (o->tag == kTagNumeric) {
+        texts.push_back(JoinComplex(NumberText(Numeric(o)->re), NumberText(Numeric(o)->im)));
+      } else if (o->tag == kTagAlgebraic) {
+        texts.emplace_back(AlgebraicText(o));
+      } else {
+        const SplitValue *s = Split(o);
+        texts.push_back(JoinComplex(s->re ? s->re : "", s->im ? s->im : ""));
+      }
+    }
+    return JoinTexts(texts);
+  };
   if (numeric) {
     Complex out{0.0, 0.0};
     if (row.core(values.data(), n, &out, env)) {
       if (Finite(out)) return NewNumericValueObject(out.re, out.im, env);
       // An infinite or undefined value keeps the call as its text.
-      const std::string call = CallText(row.name, JoinTexts(texts));
+      const std::string call = CallText(row.name, argumentText());
       if (HasErrorSentinel(call)) return NewSentinelObject(kSentinelInvalidExpression, env);
       return NewAlgebraicObject(call.c_str(), env);
     }
   }
-  return ResultObject(SplitCommon(row, JoinTexts(texts), env), env);
+  return ResultObject(SplitCommon(row, argumentText(), env), env);
 }
 
 template <std::size_t I>
