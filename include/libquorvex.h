@@ -1685,6 +1685,155 @@ QVX_API double  Ran2(int32_t *cell) QVX_NOEXCEPT;       /* in (0, 0.99999988] */
 QVX_API double  RandomReal(double a, double b, int32_t *cell) QVX_NOEXCEPT;
 QVX_API int32_t RandomInteger(int32_t low, int32_t high, int32_t *cell) QVX_NOEXCEPT;  /* in [low, high] */
 
+/* ---- Fitting and optimisation; random numbers and number theory ---- */
+
+/* Fitting. Data are 1D sets (Matrix(2, n)); a third column, when present,
+ * holds the standard deviations of the ordinates. Polynomial coefficients
+ * ascend (c[1] the constant term). PolyFit(Function) and the
+ * PolynomialFit family are least squares by Householder QR: NaN
+ * coefficients with fewer points than coefficients; PolynomialFit2 gives
+ * a Matrix(2, degree + 1) of coefficients and standard errors,
+ * PolynomialFitFunc a new 1D set of fitted values. SavitzkyGolayCoefficients:
+ * weights of the window -left..right for the derivative at its centre;
+ * SavitzkyGolay smooths with half width m, windows shifted inside at the ends.
+ * Model fits minimise chi-square by the downhill simplex. GaussianFit:
+ * y0 + A exp(-(x-c)^2/(2 w^2)); LorentzianFit: y0 + A w^2/((x-c)^2 + w^2);
+ * the Fit texts read "A = ..\nc = ..\nw = ..\ny0 = ..\n" and the Function
+ * texts one line "x y" per abscissa (FreeString); null with fewer than 4
+ * points. */
+typedef double (*FitModelFn)(double x, const double *p, void *data);  /* p: a Vector of parameters */
+QVX_API double   PolyEval(const double *c, double x) QVX_NOEXCEPT;
+QVX_API double  *PolyFit(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *PolyFitFunction(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *PolynomialFit(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double **PolynomialFit2(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double **PolynomialFitFunc(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *SavitzkyGolayCoefficients(int32_t left, int32_t right, int32_t order, int32_t derivative) QVX_NOEXCEPT;
+QVX_API double  *SavitzkyGolay(const double *v, int32_t m, int32_t order) QVX_NOEXCEPT;
+QVX_API double   ChiSquare(double **set, FitModelFn model, const double *p, void *data) QVX_NOEXCEPT;
+QVX_API double  *MinimizeChiSquare(double **set, FitModelFn model, const double *start, void *data) QVX_NOEXCEPT;
+QVX_API char    *GaussianFit(double **set) QVX_NOEXCEPT;
+QVX_API char    *GaussianFitFunction(double **set) QVX_NOEXCEPT;
+QVX_API char    *LorentzianFit(double **set) QVX_NOEXCEPT;
+QVX_API char    *LorentzianFitFunction(double **set) QVX_NOEXCEPT;
+/* Minimisers. Amoeba: Nelder-Mead from start with axis steps `step`, to a
+ * relative spread tol of the vertex values or maxEvaluations calls; returns
+ * the best vertex. AmoebaTry: one move of the worst vertex `high` of a
+ * simplex (Matrix(n + 1, n), one vertex a column) by factor (-1 reflect,
+ * 2 expand, 0.5 contract), replacing it when better; returns the trial
+ * value. BracketMinimum: Vector(3) a, b, c with f(b) below f(a) and f(c)
+ * (NaNs when none is found). BrentMinimization: the minimum value in the
+ * bracket, its abscissa in *xmin; tol <= 0 means 3e-8. NaN function values
+ * count as +infinity. SimulatedAnnealing: the best point of a Metropolis
+ * walk cooled geometrically from temperature. */
+QVX_API double  *Amoeba(ScalarFieldFn f, void *params, const double *start, double step, double tol,
+                        int32_t maxEvaluations) QVX_NOEXCEPT;
+QVX_API double   AmoebaTry(double **simplex, double *values, double *sum, ScalarFieldFn f, void *params,
+                           int32_t high, double factor) QVX_NOEXCEPT;
+QVX_API double  *BracketMinimum(RealFnP f, void *params, double a, double b) QVX_NOEXCEPT;
+QVX_API double   BrentMinimization(RealFnP f, void *params, double a, double b, double c, double tol,
+                                   double *xmin) QVX_NOEXCEPT;
+QVX_API double  *SimulatedAnnealing(ScalarFieldFn f, void *params, const double *start, double step,
+                                    double temperature, int32_t iterations, int32_t *seed) QVX_NOEXCEPT;
+/* Roots. Bisection: NaN without a sign change; BisectionN: every sign change
+ * among n equal subintervals, refined, as a Vector. NewtonRaphson: df may
+ * be null (central differences); NaN when it does not converge.
+ * NewtonRaphsonN: a system f(x) = 0, Jacobian by differences; NaNs when it
+ * does not converge. */
+QVX_API double   Bisection(RealFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API double  *BisectionN(RealFnP f, void *params, double a, double b, int32_t n, double tol) QVX_NOEXCEPT;
+QVX_API double   NewtonRaphson(RealFnP f, RealFnP df, void *params, double x0, double tol) QVX_NOEXCEPT;
+QVX_API double  *NewtonRaphsonN(VectorFieldFn f, void *params, const double *x0, double tol) QVX_NOEXCEPT;
+
+/* Random deviates, drawn from the Ran2 cell seed (a private cell seeded
+ * with -1 when null). BoxMuller: a pair of independent standard normal
+ * deviates (re, im); BoxMuller1/2 one of its parts. Poisson: Knuth's method
+ * below a mean of 10, transformed rejection above. Randomize*: new
+ * containers of uniform deviates in [low, high). Ran22: the combined
+ * generator with its shuffle state carried in 35 caller-owned words
+ * (state[0] below 1 seeds). Ran2P, Ran2P2: Ran2 in callback shape, params
+ * the seed cell. RandomInteger2: [low, high] from two draws, even over
+ * spans near 2^32. RandomIntegerP: params leads to int32 low, high, cell. */
+QVX_API Complex  BoxMuller(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   BoxMuller1(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   BoxMuller2(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   RandomRealNormal(double mean, double sigma, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   PoissonRandomNumber(double mean, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double  *PoissonRandomNumbers(int32_t n, double mean, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double  *RandomizeVector(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API Complex *RandomizeVectorC(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double **RandomizeMatrix(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API Complex **RandomizeMatrixC(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   Ran22(int32_t *state) QVX_NOEXCEPT;
+QVX_API double   Ran2P(double x, void *params) QVX_NOEXCEPT;
+QVX_API double   Ran2P2(double x, double y, void *params) QVX_NOEXCEPT;
+QVX_API int32_t  RandomInteger2(int32_t low, int32_t high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   RandomIntegerP(double x, void *params) QVX_NOEXCEPT;
+/* Niederreiter sequence in base 2 (31 bits, up to 1024 dimensions):
+ * Niederreiter gives points 0..n-1 as a Matrix(dim, n), from the origin;
+ * Niederreiter1 point number index alone. The steps of the construction:
+ * Setfld2 the irreducible GF(2) polynomials (bit k: coefficient of x^k) of
+ * the dimensions, PlyMul2 a product of such polynomials (0 past degree
+ * 63), CalcV2 the sequence v[0..maxv] (a VectorL) for px and the running
+ * product pb, CalcC2 the direction numbers as a MatrixL(dim, 31). */
+QVX_API double **Niederreiter(int32_t dim, int32_t n) QVX_NOEXCEPT;
+QVX_API double  *Niederreiter1(int32_t dim, int32_t index) QVX_NOEXCEPT;
+QVX_API int32_t *NiederreiterSetfld2(int32_t dim) QVX_NOEXCEPT;
+QVX_API uint64_t NiederreiterPlyMul2(uint64_t a, uint64_t b) QVX_NOEXCEPT;
+QVX_API int32_t *NiederreiterCalcV2(uint64_t px, uint64_t pb, int32_t maxv) QVX_NOEXCEPT;
+QVX_API int32_t **NiederreiterCalcC2(int32_t dim) QVX_NOEXCEPT;
+
+/* Number theory on integer-valued doubles (exact up to 2^53). Even, Odd,
+ * Divisible: 1 or 0 (0 for non-integers). NextPow: the least power of two
+ * at or above n (0 above 2^30). ModularExponentiation: NaN for a modulus
+ * below 1 or a negative exponent. Primes: PrimeNumbers the first n,
+ * PrimeNumbersSieve those up to limit, PrimeNumbersSmall the same as a
+ * VectorL, PrimeNumbersSub those in [low, high] (a window of at most 1e8);
+ * PrimeNumber the n-th (-1 outside 1..1e8); PrimeCount pi(x) (-1 above
+ * 1e12). Factorisations are Matrix(2, k) of primes and exponents, as
+ * PrimeFactors2: AddPrimeFactors merges two (the product), TestPrimeFactors
+ * checks one against n; PrimeFactorsSmall lists the factors of n with
+ * repetition; Divisors ascend; PrimitiveRootPrime the least root, -1 when p
+ * is not prime. */
+QVX_API int32_t  Even(double x) QVX_NOEXCEPT;
+QVX_API int32_t  Odd(double x) QVX_NOEXCEPT;
+QVX_API int32_t  Divisible(double a, double b) QVX_NOEXCEPT;
+QVX_API int32_t  NextPow(int32_t n) QVX_NOEXCEPT;
+QVX_API double   ModularExponentiation(double base, double exponent, double modulus) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbers(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbersSieve(double limit) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeNumbersSmall(int32_t limit) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbersSub(double low, double high) QVX_NOEXCEPT;
+QVX_API double   PrimeNumber(double n) QVX_NOEXCEPT;
+QVX_API double   PrimeCount(double x) QVX_NOEXCEPT;
+QVX_API double **AddPrimeFactors(double **a, double **b) QVX_NOEXCEPT;
+QVX_API int32_t  TestPrimeFactors(double n, double **factors) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeFactorsSmall(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *Divisors(double n) QVX_NOEXCEPT;
+QVX_API double   PrimitiveRootPrime(double p) QVX_NOEXCEPT;
+/* Enumerations: one item per row, one position per column, lexicographic;
+ * empty (0 rows) beyond 2^24 elements. Generate* work on 1..n; Enumerate*
+ * on the elements of v, by position (the Sub forms are the recursive
+ * workers: they fill `out` from row *row + 1). GenerateComb steps the
+ * ascending VectorL c to the next k-subset of 1..n in place (0 at the end).
+ * GenerateRow*: row `index` (1-based) alone. CartesianProduct: the pairs
+ * (a_i, b_j), j fastest, as a Matrix(2, na nb). */
+QVX_API double **GenerateCombinations(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API int32_t **GenerateCombinationsL(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API int32_t  GenerateComb(int32_t *c, int32_t n) QVX_NOEXCEPT;
+QVX_API double  *GenerateRowCombination(int32_t n, int32_t k, double index) QVX_NOEXCEPT;
+QVX_API double **GeneratePermutations(int32_t n) QVX_NOEXCEPT;
+QVX_API int32_t **GeneratePermutationsL(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *GenerateRowPermutation(int32_t n, double index) QVX_NOEXCEPT;
+QVX_API double **EnumerateCombinations(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API void     EnumerateCombinationsSub(const double *v, int32_t k, int32_t start, int32_t depth, double *current,
+                                          double **out, int32_t *row) QVX_NOEXCEPT;
+QVX_API double **EnumeratePermutations(const double *v) QVX_NOEXCEPT;
+QVX_API double **EnumerateTuples(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API void     EnumerateTuplesSub(const double *v, int32_t k, int32_t depth, double *current, double **out,
+                                    int32_t *row) QVX_NOEXCEPT;
+QVX_API double **CartesianProduct(const double *a, const double *b) QVX_NOEXCEPT;
+
 /* @@SCALAR@@ */
 
 #ifdef __cplusplus
