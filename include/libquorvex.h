@@ -179,6 +179,25 @@ QVX_API unsigned char  *GenerateParametricPlotBitmap(const char *text, double t1
                                                      int32_t width, int32_t height, Font *font,
                                                      Environment *env) QVX_NOEXCEPT;
 
+/* Fourier plots of a function of one unknown sampled at a power of two
+ * (16 up to 16384, at least `samples`) of points over one period [x1, x2),
+ * x1 != x2 in either order; both pictures show real (0x7fff9f) and
+ * imaginary part (0x7fffff). GenerateFourierPlotBitmaps: first the signal
+ * ("Signal S: " and the text), second its transform over the frequencies
+ * (k - (n/2+1))/(x2 - x1), scaled and phased to approximate the integral of
+ * S(x) exp(-2 pi i f x) dx ("Fourier Transform: FT[S]").
+ * GenerateSpectrallyFilteredPlotBitmaps: first the signal, second the
+ * inverse transform of the transform multiplied by the filter text, a
+ * function of frequency ("Inverse Fourier Transform of (filter)*FT[S]").
+ * Null for what can't be sampled, or when the env's cancel flag is set. */
+QVX_API PlotBitmapPair *GenerateFourierPlotBitmaps(const char *text, double x1, double x2, int32_t samples,
+                                                   int32_t width, int32_t height, Font *font,
+                                                   Environment *env) QVX_NOEXCEPT;
+QVX_API PlotBitmapPair *GenerateSpectrallyFilteredPlotBitmaps(const char *text, const char *filter, double x1,
+                                                              double x2, int32_t samples, int32_t width,
+                                                              int32_t height, Font *font,
+                                                              Environment *env) QVX_NOEXCEPT;
+
 /* @@PLOTS@@ */
 
 /* ======================================================================== */
@@ -1833,6 +1852,511 @@ QVX_API double **EnumerateTuples(const double *v, int32_t k) QVX_NOEXCEPT;
 QVX_API void     EnumerateTuplesSub(const double *v, int32_t k, int32_t depth, double *current, double **out,
                                     int32_t *row) QVX_NOEXCEPT;
 QVX_API double **CartesianProduct(const double *a, const double *b) QVX_NOEXCEPT;
+
+/* ---- Vector and matrix utilities and statistics ---- */
+
+/* Every function that returns a container returns a new one and leaves its
+ * arguments alone (the Swap forms of two scalars excepted). Numeric
+ * positions are 1-based; positions in text vectors, text matrices and
+ * texts are 0-based. Positions outside a container are clamped for an
+ * insertion and ignored for a removal. A reduction of nothing is NaN (0 for
+ * an integer result, 0 for a position); extremes skip NaN. Shapes that do
+ * not fit give a 1 by 1 zero matrix. A Window is the index range [i1, i2]
+ * of a vector, clamped, in either order. */
+
+/* Scalar helpers. Wrap: x into [low, high) periodically (NaN for an empty
+ * range). OverlapInterval: the length shared by two intervals (0 when
+ * disjoint). OrderOfMagnitude10: floor(log10 |x|), 0 for 0;
+ * OrderOfMagnitude1000: the multiple of 3 at or below it. HMSTime:
+ * "hh:mm:ss" of rounded seconds (FreeString; null when not finite).
+ * NormalizeC: z / |z| (0 stays 0). */
+QVX_API double   Re(Complex z) QVX_NOEXCEPT;
+QVX_API double   Im(Complex z) QVX_NOEXCEPT;
+QVX_API void     Swap(double *a, double *b) QVX_NOEXCEPT;
+QVX_API void     SwapC(Complex *a, Complex *b) QVX_NOEXCEPT;
+QVX_API void     SwapL(int32_t *a, int32_t *b) QVX_NOEXCEPT;
+QVX_API double   Wrap(double x, double low, double high) QVX_NOEXCEPT;
+QVX_API double   Distance(double x1, double y1, double x2, double y2) QVX_NOEXCEPT;
+QVX_API int32_t  InsideInterval(double x, double a, double b) QVX_NOEXCEPT;  /* 1 when x in [a, b] */
+QVX_API double   OverlapInterval(double a1, double b1, double a2, double b2) QVX_NOEXCEPT;
+QVX_API double   OrderOfMagnitude10(double x) QVX_NOEXCEPT;
+QVX_API double   OrderOfMagnitude1000(double x) QVX_NOEXCEPT;
+QVX_API char    *HMSTime(double seconds) QVX_NOEXCEPT;
+QVX_API Complex  NormalizeC(Complex z) QVX_NOEXCEPT;
+/* Colours: an int colour is 0xRRGGBB, as the pixels of an RGB matrix; red,
+ * green, blue in [0, 255]; hue in degrees [0, 360), saturation and value in
+ * [0, 1] (hexcone model). The vectors are Vector(3). */
+QVX_API int32_t  RGBToint(int32_t r, int32_t g, int32_t b) QVX_NOEXCEPT;
+QVX_API double  *IntToRGB(int32_t colour) QVX_NOEXCEPT;
+QVX_API double  *RGBToHSV(double r, double g, double b) QVX_NOEXCEPT;
+QVX_API double  *HSVToRGB(double h, double s, double v) QVX_NOEXCEPT;
+QVX_API int32_t  HSVToint(double h, double s, double v) QVX_NOEXCEPT;
+QVX_API double  *IntToHSV(int32_t colour) QVX_NOEXCEPT;
+
+/* Real and imaginary parts. RealVMC: of each matrix of a complex
+ * MatrixVector or VectorMatrix. MatrixVector2DC: the complex 2D data set
+ * (values MatrixC(nx, ny), abscissas, ordinates; all zero). */
+QVX_API double   *RealVC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   *ImV(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **RealMC(Complex **m) QVX_NOEXCEPT;
+QVX_API double  **ImM(Complex **m) QVX_NOEXCEPT;
+QVX_API double ***RealVMC(Complex ***vm) QVX_NOEXCEPT;
+QVX_API Complex ***MatrixVector2DC(int32_t nx, int32_t ny) QVX_NOEXCEPT;
+
+/* Editing vectors. Extend: length n, the first elements of v then zeros.
+ * Augment: x appended. Join: a then b; JoinVectorM: the columns of m one
+ * after another. InsertElement: x before position pos (1..n+1).
+ * RemoveElement(s): every element equal to x (to any element of values; NaN
+ * matches NaN). RemovePosition(s): positions given one or as a VectorL.
+ * RemovePositionCh: a text without its character pos (FreeString).
+ * RemoveDuplicates keeps first occurrences in order; ...Sorted drops
+ * elements equal to their predecessor. Shift: circular, element i to i + k.
+ * ReorderV: out[t] = v[order[t]], NaN for an unknown index. ZeroEndPoints
+ * subtracts the straight line through the first and last values. */
+QVX_API double   *ExtendVector(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *ExtendVectorC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API float    *ExtendVectorF(const float *v, int32_t n) QVX_NOEXCEPT;
+QVX_API int32_t  *ExtendVectorI(const int32_t *v, int32_t n) QVX_NOEXCEPT;
+QVX_API int32_t  *ExtendVectorL(const int32_t *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *AugmentVector(const double *v, double x) QVX_NOEXCEPT;
+QVX_API Complex  *AugmentVectorC(const Complex *v, Complex z) QVX_NOEXCEPT;
+QVX_API int32_t  *AugmentVectorL(const int32_t *v, int32_t x) QVX_NOEXCEPT;
+QVX_API double   *JoinVector(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API int32_t  *JoinVectorL(const int32_t *a, const int32_t *b) QVX_NOEXCEPT;
+QVX_API double   *JoinVectorM(double **m) QVX_NOEXCEPT;
+QVX_API double   *InsertElement(const double *v, double x, int32_t pos) QVX_NOEXCEPT;
+QVX_API Complex  *InsertElementC(const Complex *v, Complex z, int32_t pos) QVX_NOEXCEPT;
+QVX_API int32_t  *InsertElementL(const int32_t *v, int32_t x, int32_t pos) QVX_NOEXCEPT;
+QVX_API uint32_t *InsertElementUInt32(const uint32_t *v, uint32_t x, int32_t pos) QVX_NOEXCEPT;
+QVX_API double   *RemoveElement(const double *v, double x) QVX_NOEXCEPT;
+QVX_API int32_t  *RemoveElementL(const int32_t *v, int32_t x) QVX_NOEXCEPT;
+QVX_API double   *RemoveElements(const double *v, const double *values) QVX_NOEXCEPT;
+QVX_API int32_t  *RemoveElementsL(const int32_t *v, const int32_t *values) QVX_NOEXCEPT;
+QVX_API double   *RemovePosition(const double *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API int32_t  *RemovePositionL(const int32_t *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API uint32_t *RemovePositionUInt32(const uint32_t *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API double   *RemovePositions(const double *v, const int32_t *positions) QVX_NOEXCEPT;
+QVX_API Complex  *RemovePositionsC(const Complex *v, const int32_t *positions) QVX_NOEXCEPT;
+QVX_API char     *RemovePositionCh(const char *text, int32_t pos) QVX_NOEXCEPT;
+QVX_API double   *RemoveDuplicates(const double *v) QVX_NOEXCEPT;
+QVX_API double   *RemoveDuplicatesSorted(const double *v) QVX_NOEXCEPT;
+QVX_API double   *ReverseV(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *ReverseVC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   *Shift(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API Complex  *ShiftC(const Complex *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double   *ReorderV(const double *v, const int32_t *order) QVX_NOEXCEPT;
+QVX_API double   *ZeroEndPoints(const double *v) QVX_NOEXCEPT;
+
+/* Text vectors (0-based; an empty or null text is never stored, since it
+ * would end the vector). InsertElementSV inserts all texts of w. */
+QVX_API char **InsertElementS(char **v, const char *text, int32_t pos) QVX_NOEXCEPT;
+QVX_API char **InsertElementSV(char **v, char **w, int32_t pos) QVX_NOEXCEPT;
+QVX_API char **RemovePositionS(char **v, int32_t pos) QVX_NOEXCEPT;
+QVX_API char **RemovePositionsS(char **v, const int32_t *positions) QVX_NOEXCEPT;  /* VectorL of 0-based positions */
+QVX_API char **IntersectionSV(char **a, char **b) QVX_NOEXCEPT;  /* texts of a also in b, once each */
+
+/* Searches. Pos: the first position holding x (0: none; NaN finds NaN).
+ * NOcc: the number of them. BinarySearchPosC: the last index whose real
+ * part is at or below x in a VectorC of ascending real parts (0 below the
+ * first or for NaN). */
+QVX_API int32_t Pos(const double *v, double x) QVX_NOEXCEPT;
+QVX_API int32_t PosC(const Complex *v, Complex z) QVX_NOEXCEPT;
+QVX_API int32_t PosL(const int32_t *v, int32_t x) QVX_NOEXCEPT;
+QVX_API int32_t NOcc(const double *v, double x) QVX_NOEXCEPT;
+QVX_API int32_t NOccL(const int32_t *v, int32_t x) QVX_NOEXCEPT;
+QVX_API int32_t BinarySearchPosC(const Complex *v, double x) QVX_NOEXCEPT;
+
+/* Sets. Vectors as sets of values: results ascend, hold each value once and
+ * leave NaN out; ComplementV is a minus b. Matrices as sets of rows (the M
+ * forms): rows ascend lexicographically; column counts must agree.
+ * MutuallyExclusive: 1 when a and b share no value. ComplementaryM: for
+ * rows that are subsets of 1..n, the rows of missing numbers, ascending
+ * (padded with 0). */
+QVX_API double  *UnionV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double  *IntersectionV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double  *ComplementV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double  *SymmetricDifferenceV(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API int32_t  MutuallyExclusive(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double **UnionM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double **IntersectionM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double **ComplementM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double **SymmetricDifferenceM(double **a, double **b) QVX_NOEXCEPT;
+QVX_API double **ComplementaryM(double **m, int32_t n) QVX_NOEXCEPT;
+
+/* Editing matrices. Col, Row: copies (length 0 outside). AugmentMatrixH:
+ * [a b], row counts must agree; AugmentMatrixV: [a; b], column counts must
+ * agree; the Join forms pad the smaller with zeros instead. A matrix with no
+ * columns adds nothing. AppendMatrix: row appended at the bottom.
+ * ExtendMatrix: the given shape, cut or zero-padded. InsertCol, InsertRow:
+ * v before column (row) pos, cut or zero-padded to fit; InsertMatrix: the
+ * columns of b before column pos of a. RemoveRows: the rows of a VectorL.
+ * RemoveDuplicate...: the first of equal rows (columns) stays. Invert...:
+ * reversed order. Shift...: circular, line i to i + k. */
+QVX_API double   *Col(double **m, int32_t j) QVX_NOEXCEPT;
+QVX_API double   *Row(double **m, int32_t i) QVX_NOEXCEPT;
+QVX_API double  **AugmentMatrixH(double **a, double **b) QVX_NOEXCEPT;
+QVX_API Complex **AugmentMatrixHC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API int32_t **AugmentMatrixHL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
+QVX_API double  **AugmentMatrixV(double **a, double **b) QVX_NOEXCEPT;
+QVX_API Complex **AugmentMatrixVC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API int32_t **AugmentMatrixVL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
+QVX_API double  **JoinMatrixH(double **a, double **b) QVX_NOEXCEPT;
+QVX_API int32_t **JoinMatrixHL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
+QVX_API double  **JoinMatrixV(double **a, double **b) QVX_NOEXCEPT;
+QVX_API int32_t **JoinMatrixVL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
+QVX_API double  **AppendMatrix(double **m, const double *row) QVX_NOEXCEPT;
+QVX_API double  **ExtendMatrix(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API Complex **ExtendMatrixC(Complex **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API float   **ExtendMatrixF(float **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API int32_t **ExtendMatrixI(int32_t **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API int32_t **ExtendMatrixL(int32_t **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **InsertCol(double **m, const double *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API Complex **InsertColC(Complex **m, const Complex *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API double  **InsertRow(double **m, const double *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API Complex **InsertRowC(Complex **m, const Complex *v, int32_t pos) QVX_NOEXCEPT;
+QVX_API double  **InsertMatrix(double **a, double **b, int32_t pos) QVX_NOEXCEPT;
+QVX_API double  **RemoveCol(double **m, int32_t j) QVX_NOEXCEPT;
+QVX_API double  **RemoveRow(double **m, int32_t i) QVX_NOEXCEPT;
+QVX_API double  **RemoveRows(double **m, const int32_t *rows) QVX_NOEXCEPT;
+QVX_API double  **RemoveDuplicateRows(double **m) QVX_NOEXCEPT;
+QVX_API double  **RemoveDuplicateCols(double **m) QVX_NOEXCEPT;
+QVX_API double  **InvertCols(double **m) QVX_NOEXCEPT;
+QVX_API Complex **InvertColsC(Complex **m) QVX_NOEXCEPT;
+QVX_API double  **InvertRows(double **m) QVX_NOEXCEPT;
+QVX_API Complex **InvertRowsC(Complex **m) QVX_NOEXCEPT;
+QVX_API double  **SwapCols(double **m, int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API Complex **SwapColsC(Complex **m, int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API double  **SwapRows(double **m, int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API Complex **SwapRowsC(Complex **m, int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API int32_t **SwapRowsL(int32_t **m, int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API double  **ShiftCol(double **m, int32_t k) QVX_NOEXCEPT;
+QVX_API Complex **ShiftColC(Complex **m, int32_t k) QVX_NOEXCEPT;
+QVX_API double  **ShiftRow(double **m, int32_t k) QVX_NOEXCEPT;
+QVX_API Complex **ShiftRowC(Complex **m, int32_t k) QVX_NOEXCEPT;
+/* Text matrices (0-based): RemovePositionSM removes column pos, as
+ * InsertElementSM inserts one; InsertRowS gives the other columns "0". */
+QVX_API char ***RemoveColS(char ***m, int32_t j) QVX_NOEXCEPT;
+QVX_API char ***RemoveRowS(char ***m, int32_t i) QVX_NOEXCEPT;
+QVX_API char ***RemovePositionSM(char ***m, int32_t pos) QVX_NOEXCEPT;
+QVX_API char ***RemoveDuplicateColsS(char ***m) QVX_NOEXCEPT;
+QVX_API char ***InsertRowS(char ***m, char **row, int32_t pos) QVX_NOEXCEPT;
+/* MatrixVectors of copies: m appended; a then b. */
+QVX_API double ***AppendMatrixVector(double ***mv, double **m) QVX_NOEXCEPT;
+QVX_API double ***JoinMatrixVector(double ***a, double ***b) QVX_NOEXCEPT;
+
+/* Sorting, ascending and stable, NaN last. SortMatrix: rows by column col;
+ * SortMatrix1DC: a 1DC set by abscissa; SortMatrixRows: rows
+ * lexicographically; SortMatrixCols: columns lexicographically (complex:
+ * real part, then imaginary); SortMatrixVector: matrices by keys[t]. */
+QVX_API double   **SortMatrix(double **m, int32_t col) QVX_NOEXCEPT;
+QVX_API int32_t  **SortMatrixL(int32_t **m, int32_t col) QVX_NOEXCEPT;
+QVX_API uint32_t **SortMatrixUInt32(uint32_t **m, int32_t col) QVX_NOEXCEPT;
+QVX_API Complex  **SortMatrix1DC(Complex **set) QVX_NOEXCEPT;
+QVX_API double   **SortMatrixRows(double **m) QVX_NOEXCEPT;
+QVX_API double   **SortMatrixCols(double **m) QVX_NOEXCEPT;
+QVX_API Complex  **SortMatrixColsC(Complex **m) QVX_NOEXCEPT;
+QVX_API double  ***SortMatrixVector(double ***mv, const double *keys) QVX_NOEXCEPT;
+
+/* Extremes: complex forms by modulus, Pos forms give positions (first on
+ * ties), Abs forms compare magnitudes. GetMin also stores the position. */
+QVX_API Complex MaxC(const Complex *v) QVX_NOEXCEPT;
+QVX_API Complex MinC(const Complex *v) QVX_NOEXCEPT;
+QVX_API float   MaxF(const float *v) QVX_NOEXCEPT;
+QVX_API float   MinF(const float *v) QVX_NOEXCEPT;
+QVX_API int32_t MaxI(const int32_t *v) QVX_NOEXCEPT;
+QVX_API int32_t MinI(const int32_t *v) QVX_NOEXCEPT;
+QVX_API int32_t MaxL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API int32_t MinL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  MaxM(double **m) QVX_NOEXCEPT;
+QVX_API double  MinM(double **m) QVX_NOEXCEPT;
+QVX_API Complex MaxMC(Complex **m) QVX_NOEXCEPT;
+QVX_API Complex MinMC(Complex **m) QVX_NOEXCEPT;
+QVX_API int32_t MaxML(int32_t **m) QVX_NOEXCEPT;
+QVX_API int32_t MinML(int32_t **m) QVX_NOEXCEPT;
+QVX_API int32_t MaxPos(const double *v) QVX_NOEXCEPT;
+QVX_API int32_t MinPos(const double *v) QVX_NOEXCEPT;
+QVX_API int32_t MaxPosAbs(const double *v) QVX_NOEXCEPT;
+QVX_API int32_t MinPosAbs(const double *v) QVX_NOEXCEPT;
+QVX_API int32_t MaxPosAbsC(const Complex *v) QVX_NOEXCEPT;
+QVX_API int32_t MinPosL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  GetMin(const double *v, int32_t *pos) QVX_NOEXCEPT;  /* pos may be null */
+QVX_API double  MinAbs(const double *v) QVX_NOEXCEPT;
+QVX_API double  MinWindow(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double  MostFrequent(const double *v) QVX_NOEXCEPT;  /* the smallest of equally frequent values */
+
+/* Statistics. Sample forms divide by n - 1 (NaN below two values; lengths
+ * must agree). MeanV, StandardDeviationV: element-wise over the columns of
+ * m, one value a row; MeanM: element-wise over the matrices of a
+ * MatrixVector of one shape. WeightedMean: sum w v / sum w. */
+QVX_API double   MeanAbs(const double *v) QVX_NOEXCEPT;
+QVX_API double   MeanAbsC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  *MeanV(double **m) QVX_NOEXCEPT;
+QVX_API double **MeanM(double ***mv) QVX_NOEXCEPT;
+QVX_API double   StandardDeviation(const double *v) QVX_NOEXCEPT;
+QVX_API double  *StandardDeviationV(double **m) QVX_NOEXCEPT;
+QVX_API double   Covariance(const double *a, const double *b) QVX_NOEXCEPT;
+QVX_API double   CorrelationCoefficient(const double *a, const double *b) QVX_NOEXCEPT;  /* Pearson */
+QVX_API double   WeightedMean(const double *v, const double *w) QVX_NOEXCEPT;
+QVX_API double   WeightedMeanWindow(const double *v, const double *w, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+
+/* Profiles: a vector of samples at abscissas 1..n, or a 1D set (D; DC a 1DC
+ * set). Moment: sum x^k w / sum w, the samples as weights (AbsC: |v|; DC:
+ * |y|^2); MomentWindowD limits the abscissas to [x1, x2]. Norm: Euclidean.
+ * NormalizeVMax: v over its largest magnitude (the Window forms: the
+ * largest within the window); NormalizeD: ordinates to unit trapezoid
+ * area. FWHM: full width at half maximum of the highest peak in samples,
+ * crossings interpolated linearly (NaN when a side never falls to half);
+ * FWHMC of |v|, FWHMIntensityC of |v|^2. */
+QVX_API double   Moment(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double   MomentWindow(const double *v, int32_t k, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   MomentAbsC(const Complex *v, int32_t k) QVX_NOEXCEPT;
+QVX_API double   MomentAbsWindowC(const Complex *v, int32_t k, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   MomentD(double **set, int32_t k) QVX_NOEXCEPT;
+QVX_API double   MomentWindowD(double **set, int32_t k, double x1, double x2) QVX_NOEXCEPT;
+QVX_API double   MomentDC(Complex **set, int32_t k) QVX_NOEXCEPT;
+QVX_API double   Norm(const double *v) QVX_NOEXCEPT;
+QVX_API double   NormC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   NormWindow(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double  *NormalizeVMax(const double *v) QVX_NOEXCEPT;
+QVX_API Complex *NormalizeVMaxC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  *NormalizeWindowV(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API Complex *NormalizeWindowVC(const Complex *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double **NormalizeD(double **set) QVX_NOEXCEPT;
+QVX_API double   FWHM(const double *v) QVX_NOEXCEPT;
+QVX_API double   FWHMC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   FWHMIntensityC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double   FWHMWindow(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+
+/* Counting. Histogram: counts in n equal bins over [low, high] (high in the
+ * last bin). HistogramD: a 1D set of bin centres and counts over the range
+ * of v. GetNPts: the number of elements in [a, b]. */
+QVX_API double  *Histogram(const double *v, double low, double high, int32_t n) QVX_NOEXCEPT;
+QVX_API double **HistogramD(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API int32_t  GetNPts(const double *v, double a, double b) QVX_NOEXCEPT;
+
+/* ======================================================================== */
+/* Interpolation and discretisation                                         */
+/* ======================================================================== */
+
+/* Data sets as in the calculus family: 1D a Matrix(2, n), 1DC a MatrixC(2,
+ * n) with the abscissas in the real parts, abscissas ascending; 2D a
+ * MatrixVector2D (values m[j][i] at abscissa j, ordinate i); 2DC a
+ * MatrixVectorC of 3 of the same shape (abscissas and ordinates in the real
+ * parts). Uniform grids include both ends: point i of n is x1 + (i-1)(x2 -
+ * x1)/(n-1). Index-domain members (V, M, Cols, Rows) take element k as the
+ * sample at position k and keep both ends: new element k of n drawn from m
+ * sits at 1 + (k-1)(m-1)/(n-1). Straight-line and local-polynomial values
+ * outside the abscissas continue the end pieces. Bad input gives the empty
+ * result of the kind: a vector of length 0, a matrix of 0 columns, a set of
+ * 0 points, NaN. */
+typedef Complex (*ComplexFn2)(double x, double y, void *params);
+typedef Complex (*ComplexFnZ)(Complex z);
+typedef Complex (*ComplexOdeFn1)(double x, Complex y, void *params);   /* y' = f(x, y) */
+
+/* One value. LinearInterpolation1(C): straight lines; ParabolicInterpolation1
+ * and CubicInterpolation1: the polynomial through the 3 or 4 nearest
+ * samples; Lagrange: through all samples (Neville's algorithm);
+ * ParabolicInterpolation11: through three given points; ParabolicExtremum:
+ * abscissa of the vertex of that parabola, its value in *yExtremum (may be
+ * null), NaN for collinear points. LinearInterpolation2D1: bilinear. */
+QVX_API double  LinearInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API Complex LinearInterpolation1C(Complex **set, double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  CubicInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  Lagrange(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicInterpolation11(double x1, double y1, double x2, double y2, double x3, double y3,
+                                         double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicExtremum(double x1, double y1, double x2, double y2, double x3, double y3,
+                                  double *yExtremum) QVX_NOEXCEPT;
+QVX_API double  LinearInterpolation2D1(double ***set, double x, double y) QVX_NOEXCEPT;
+
+/* New sets: on n points spread evenly over the abscissas, or at the given
+ * abscissas (Pts). Spline forms are natural cubic splines; the 2D spline
+ * runs one along x for each row, then one along y. */
+QVX_API Complex **LinearInterpolation1DC(Complex **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationPts1D(double **set, const double *x) QVX_NOEXCEPT;
+QVX_API Complex **LinearInterpolationPts1DC(Complex **set, const double *x) QVX_NOEXCEPT;
+QVX_API double  **ParabolicInterpolation1D(double **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolation(double **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolationPts(double **set, const double *x) QVX_NOEXCEPT;
+QVX_API double ***LinearInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double ***LinearInterpolationPts2D(double ***set, const double *x, const double *y) QVX_NOEXCEPT;
+QVX_API double ***SplineInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
+
+/* Index domain: vectors to n elements, matrices to the given columns and
+ * rows (Cols: each column to `rows`; Rows: each row to `cols`). ML rounds
+ * to integers; Proximal takes the nearest element (MH changes the columns
+ * only, MV the rows only). BicubicInterpolationM: Catmull-Rom bicubic
+ * patches, the edges extended linearly. */
+QVX_API double   *LinearInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *LinearInterpolationVC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *SplineInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationRows(double **m, int32_t cols) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API int32_t **LinearInterpolationML(int32_t **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationMH(double **m, int32_t cols) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationMV(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **BicubicInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+
+/* Bicubic interpolation in one cell from the values, the derivatives by x1
+ * and x2 and the cross derivative at its four corners (Vectors of 4,
+ * counter-clockwise from (x1l, x2l)). BicubicCoefficients: Matrix(4, 4),
+ * c[i][j] multiplying t^(i-1) u^(j-1) of the unit cell (d1, d2 the cell
+ * sides). BicubicInterpolation: the value at (x1, x2), the gradient in
+ * *gradient1, *gradient2 (may be null). BicubicInterpolationSquare: the
+ * Catmull-Rom patch of a 4 by 4 Matrix of unit-spaced samples p[j][i] (j
+ * along x), at (x, y) in [0, 1]^2 between p[2..3][2..3]. */
+QVX_API double **BicubicCoefficients(const double *y, const double *y1, const double *y2, const double *y12,
+                                     double d1, double d2) QVX_NOEXCEPT;
+QVX_API double   BicubicInterpolation(const double *y, const double *y1, const double *y2, const double *y12,
+                                      double x1l, double x1u, double x2l, double x2u, double x1, double x2,
+                                      double *gradient1, double *gradient2) QVX_NOEXCEPT;
+QVX_API double   BicubicInterpolationSquare(double **p, double x, double y) QVX_NOEXCEPT;
+
+/* Smoothing. AdjacentAveraging(C): mean over elements i-m..i+m, cut at the
+ * ends, non-finite elements left out; ML the same over a square of radius
+ * `radius`, rounded. AdjacentAveragingInterpolation(C): that mean of the
+ * ordinates, then straight lines onto n even points. AdjacentInterpolation(C):
+ * non-finite elements replaced by straight lines between their finite
+ * neighbours (the nearest one beyond the ends). SmoothSpline: Reinsch's
+ * smoothing spline, minimising sum (y - g)^2 + lambda * integral g''^2, its
+ * values at the abscissas; the 1DC forms smooth real and imaginary parts
+ * (Rectangular) or modulus and unwrapped phase (Polar). */
+QVX_API double   *AdjacentAveraging(const double *v, int32_t m) QVX_NOEXCEPT;
+QVX_API Complex  *AdjacentAveragingC(const Complex *v, int32_t m) QVX_NOEXCEPT;
+QVX_API int32_t **AdjacentAveragingML(int32_t **m, int32_t radius) QVX_NOEXCEPT;
+QVX_API double  **AdjacentAveragingInterpolation(double **set, int32_t m, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **AdjacentAveragingInterpolationC(Complex **set, int32_t m, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *AdjacentInterpolation(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *AdjacentInterpolationC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **SmoothSpline(double **set, double lambda) QVX_NOEXCEPT;
+QVX_API Complex **SmoothSplineRectangular1DC(Complex **set, double lambda) QVX_NOEXCEPT;
+QVX_API Complex **SmoothSplinePolar1DC(Complex **set, double lambda) QVX_NOEXCEPT;
+
+/* Cropping keeps what lies inside the bounds (indices 1-based and
+ * inclusive, clipped to the container). Centered forms keep n elements
+ * around the centre: element m/2+1 of m becomes element n/2+1 (n at most
+ * m). Crop2D keeps the abscissas in [x1, x2] and ordinates in [y1, y2].
+ * DownSample keeps elements 1, 1 + factor, ... (Cols: the rows of every
+ * column). UniformScale maps the finite range of v onto [low, high] (a
+ * constant vector to the midpoint). */
+QVX_API double   *CropVector(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API Complex  *CropVectorC(const Complex *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   *CropVectorCentered(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *CropVectorCenteredC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **CropMatrix(double **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
+QVX_API Complex **CropMatrixC(Complex **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
+QVX_API double  **CropMatrixCentered(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API Complex **CropMatrixCenteredC(Complex **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double ***Crop2D(double ***set, double x1, double x2, double y1, double y2) QVX_NOEXCEPT;
+QVX_API double   *DownSampleV(const double *v, int32_t factor) QVX_NOEXCEPT;
+QVX_API Complex  *DownSampleVC(const Complex *v, int32_t factor) QVX_NOEXCEPT;
+QVX_API double  **DownSampleCols(double **m, int32_t factor) QVX_NOEXCEPT;
+QVX_API Complex **DownSampleColsC(Complex **m, int32_t factor) QVX_NOEXCEPT;
+QVX_API double   *UniformScale(const double *v, double low, double high) QVX_NOEXCEPT;
+
+/* Grids. DiscretizeDomain(C): n even points; IP fills v over its length.
+ * DiscretizeDomainN: the points of a box, dims (VectorL) points per axis,
+ * as a Matrix of one column per axis and one row per point, the last axis
+ * running fastest (the FFTND order). Range: first, first + step, ... up to
+ * last. PrimeNumbersRange: the primes in [low, high] (a VectorL; empty for
+ * spans above 2^27). */
+QVX_API double  *DiscretizeDomain(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex *DiscretizeDomainC(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API void     DiscretizeDomainIP(double *v, double x1, double x2) QVX_NOEXCEPT;
+QVX_API double **DiscretizeDomainN(const double *lower, const double *upper, const int32_t *dims) QVX_NOEXCEPT;
+QVX_API double  *Range(double first, double last, double step) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeNumbersRange(int32_t low, int32_t high) QVX_NOEXCEPT;
+
+/* Sampling functions on n even points from x1 to x2: as a set (1D, 1DC,
+ * PN, PNC) or as the values only (N1, C, P, PC); DiscretizeV at the
+ * elements of x; DiscretizeCC along the segment from z1 to z2 (column 1
+ * the points, column 2 the values); NU on a graded grid whose last
+ * interval is ratio times the first; DiscretizeN over a box (FFTND order,
+ * f given the point as a Vector); 2D and ScalarField2D on an nx by ny grid.
+ * DiscretizeAdaptive: bisection where the midpoint strays more than tol
+ * from the chord, at most maxPoints points; DiscretizeAdaptiveSub is its
+ * worker, which appends its points of (a, b] to xs and ys (element 0 the
+ * count so far, capacity the room) and returns the count.
+ * DiscretizeRungeKutta1D(C): the solution of y' = f(x, y), y(x1) = y0, by
+ * classical Runge-Kutta, four steps between output points. */
+QVX_API double  **Discretize1D(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **Discretize1DC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **DiscretizePN(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizePNC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeN1(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *DiscretizeC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeP(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *DiscretizePC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeV(RealFn f, const double *x) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeCC(ComplexFnZ f, Complex z1, Complex z2, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeNU(RealFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeNUC(ComplexFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeN(ScalarFieldFn f, void *params, const double *lower, const double *upper,
+                              const int32_t *dims) QVX_NOEXCEPT;
+QVX_API double ***Discretize2D(RealFn2 f, void *params, double x1, double x2, double y1, double y2, int32_t nx,
+                               int32_t ny) QVX_NOEXCEPT;
+QVX_API Complex ***Discretize2DC(ComplexFn2 f, void *params, double x1, double x2, double y1, double y2,
+                                 int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double ***ScalarField2D(ScalarFieldFn f, void *params, double x1, double x2, double y1, double y2,
+                                int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeAdaptive(RealFn f, double x1, double x2, double tol, int32_t maxPoints) QVX_NOEXCEPT;
+QVX_API int32_t   DiscretizeAdaptiveSub(RealFn f, double a, double fa, double b, double fb, double tol,
+                                        int32_t depth, double *xs, double *ys, int32_t capacity) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeRungeKutta1D(RealFn2 f, void *params, double x1, double x2, double y0,
+                                         int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeRungeKutta1DC(ComplexOdeFn1 f, void *params, double x1, double x2, Complex y0,
+                                          int32_t n) QVX_NOEXCEPT;
+
+/* Expansions. ChebychevExpansion: n coefficients from the Chebyshev nodes,
+ * f(x) ~ sum c[k+1] T_k((2x - a - b)/(b - a)) (c[1] already halved).
+ * DiscretizeDFT: the m samples of v taken as one period, resampled to n by
+ * trigonometric interpolation (n = m gives v back). SphericalHarmonic:
+ * orthonormal Y_l^m(theta, phi) with the Condon-Shortley phase, 0 for
+ * |m| > l. */
+QVX_API double  *ChebychevExpansion(RealFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex *DiscretizeDFT(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  SphericalHarmonic(int32_t l, int32_t m, double theta, double phi) QVX_NOEXCEPT;
+
+/* Spheres: f at radius * (sin t cos p, sin t sin p, cos t) as a Matrix of
+ * nPhi columns (p = 2 pi (j-1)/nPhi) and nTheta rows: t = pi (i-1)/(nTheta-1),
+ * or, for CS, cos t = 1 - 2 (i-1)/(nTheta-1). SimpsonIntegal...: the angular
+ * integral of such a grid, integral of f dOmega (Simpson along t, the
+ * periodic trapezoid along p). */
+QVX_API double **DiscretizeSpherical3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
+                                       int32_t nPhi) QVX_NOEXCEPT;
+QVX_API double **DiscretizeSphericalCS3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
+                                         int32_t nPhi) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegalSpherical3D(double **values) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegalSphericalCS3D(double **values) QVX_NOEXCEPT;
+
+/* Fredholm equations of the second kind, f(x) = g(x) + lambda integral_a^b
+ * K(x, t) f(t) dt, by Nystrom's method on n Gauss-Legendre nodes (n up to
+ * 2000): a Matrix(3, n) of nodes, weights and solution (NaN when the system
+ * is singular). FredholmInterpolation1(C): the solution anywhere by the
+ * Nystrom formula, from that matrix. */
+QVX_API double  **Fredholm2(RealFn2 kernel, RealFnP g, void *params, double lambda, double a, double b,
+                            int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **Fredholm21DC(ComplexFn2 kernel, ComplexFnP g, void *params, Complex lambda, double a,
+                               double b, int32_t n) QVX_NOEXCEPT;
+QVX_API double    FredholmInterpolation1(double **solution, RealFn2 kernel, RealFnP g, void *params,
+                                         double lambda, double x) QVX_NOEXCEPT;
+QVX_API Complex   FredholmInterpolation1C(Complex **solution, ComplexFn2 kernel, ComplexFnP g, void *params,
+                                          Complex lambda, double x) QVX_NOEXCEPT;
+
+/* Adaptive sampling of an expression text of one unknown over [x1, x2]
+ * (evaluated in a scratch copy of env; the env's cancel flag stops it):
+ * n even samples (3..4096), then midpoints wherever one strays from the
+ * chord by more than tolerance times the spread of the first samples (a
+ * tolerance <= 0 means 1e-3), up to 16384 points. An empty set when the
+ * text can't be sampled or the sampling was cancelled. */
+QVX_API double  **AutoSample1D(const char *text, double x1, double x2, int32_t n, double tolerance,
+                               Environment *env) QVX_NOEXCEPT;
+QVX_API Complex **AutoSample1DC(const char *text, double x1, double x2, int32_t n, double tolerance,
+                                Environment *env) QVX_NOEXCEPT;
 
 /* @@SCALAR@@ */
 

@@ -451,7 +451,7 @@ struct ByteReader {
 };
 
 template <class T>
-void AppendMatrix(std::string &out, T *const *m) {
+void AppendMatrixText(std::string &out, T *const *m) {
   int32_t c = Cols(m), r = c ? Rows(m) : 0;
   AppendInt(out, c);
   AppendInt(out, r);
@@ -508,7 +508,7 @@ template <class T>
 int32_t WriteMatrixBinT(const char *path, T *const *m) {
   return Guard(int32_t{0}, [&] {
     std::string out;
-    AppendMatrix(out, m);
+    AppendMatrixText(out, m);
     return WriteBytes(path, out);
   });
 }
@@ -530,7 +530,7 @@ int32_t WriteMVBinT(const char *path, T *const *const *mv) {
     std::string out;
     int32_t n = MVLength(mv);
     AppendInt(out, n);
-    for (int32_t t = 1; t <= n; ++t) AppendMatrix(out, mv[t]);
+    for (int32_t t = 1; t <= n; ++t) AppendMatrixText(out, mv[t]);
     return WriteBytes(path, out);
   });
 }
