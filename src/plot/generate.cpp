@@ -454,9 +454,79 @@ PlotBitmapPair *SurfacePlot(const char *text, double x1, double x2, double y1, d
   return pair;
 }
 
+// ---- Fourier plots -----------------------------------------------------------------------
+
+// Transform lengths: a power of two from 16 up to the largest picture side.
+int32_t FourierLength(int32_t samples) {
+  int32_t n = 16;
+  while (n < samples && n < kMaxPictureSide) n *= 2;
+  return n;
+}
+
+// The one-unknown function of `text` sampled on the grid of a transform of
+// length n over [x1, x2): x1 + (k - 1)(x2 - x1)/n, the end excluded as one
+// period. Null for anything but a scalar function, or when cancelled.
+double **SampleFunctionText(const char *text, double x1, double x2, int32_t n, bool periodic, Environment *env,
+                            std::string *title) {
+  Scratch scratch = MakeScratch(env);
+  if (!scratch) return nullptr;
+  Evaluated e;
+  if (!EvaluateOnce(text, scratch.get(), env, &e)) return nullptr;
+  if (!IsScalarTag(e.value->tag) && e.value->tag != kTagBignum) return nullptr;
+  PlotVariable variable;
+  if (!PrepareVariable(e.text, scratch.get(), &variable)) return nullptr;
+  *title = e.title;
+  const double last = periodic ? x2 - (x2 - x1) / n : x2;
+  return SampleForPlot(n, scratch.get(), e.text, x1, last, variable.name, env ? env->cancelFlag : nullptr);
+}
+
+// The samples of rows 3 and 4 as a VectorC, non-finite values read as 0 so
+// that one bad sample does not turn the whole transform into NaN.
+Complex *SignalVector(double **s, int32_t n) {
+  Complex *v = VectorC(n);
+  if (!v || static_cast<int32_t>(v[0].re) != n) {
+    FreeVectorC(v);
+    return nullptr;
+  }
+  for (int32_t k = 1; k <= n; ++k) {
+    const double re = s[k][kRowRe], im = s[k][kRowIm];
+    v[k] = {std::isfinite(re) ? re : 0.0, std::isfinite(im) ? im : 0.0};
+  }
+  return v;
+}
+
+// One curve picture (real and imaginary part) of a PlotSamples matrix,
+// resampled linearly to the width of the picture.
+uint32_t **RenderRealImaginary(double **s, const CurveRequest &r, const std::string &title) {
+  const int32_t n = static_cast<int32_t>(s[0][0]);
+  double **wide = n != r.width && n > 1 ? Stretch(s, r.width) : nullptr;
+  const double inf = std::numeric_limits<double>::infinity();
+  uint32_t **m = RenderCurve(wide ? wide : s, r.height, kRealColour, kImaginaryColour, 0, 0, r.font, -inf, inf,
+                             -inf, inf);
+  FreeMatrix(wide);
+  if (m) DrawTitle(m, title, r.font);
+  return m;
+}
+
+PlotBitmapPair *FourierPair(double **signal, double **second, const CurveRequest &r, const std::string &firstTitle,
+                            const std::string &secondTitle) {
+  uint32_t **a = RenderRealImaginary(signal, r, firstTitle);
+  uint32_t **b = RenderRealImaginary(second, r, secondTitle);
+  return EncodePair(a, b);
+}
+
 }  // namespace
 
 // ---- variables and sampling -------------------------------------------------------------
+
+Environment *NewPlotScratch(Environment *source) {
+  return Guard(static_cast<Environment *>(nullptr), [&] { return MakeScratch(source).release(); });
+}
+
+bool PrepareTextForSampling(const char *input, Environment *scratch, std::string *text) {
+  if (!scratch || !text) return false;
+  return Guard(false, [&] { return NormaliseForPlot(input, scratch, text) && Simplify(text, scratch); });
+}
 
 bool PrepareVariable(std::string_view text, Environment *env, PlotVariable *variable) {
   if (!env || !variable) return false;
@@ -466,6 +536,38 @@ bool PrepareVariable(std::string_view text, Environment *env, PlotVariable *vari
     variable->temporary = unknowns.empty();
     variable->name = unknowns.empty() ? FreeName("x", text, env, {}) : unknowns.front();
     return true;
+  });
+}
+
+double **FourierTransformSamples(double **signal) {
+  const int32_t n = signal && signal[0] ? static_cast<int32_t>(signal[0][0]) : 0;
+  if (n < 2 || (n & (n - 1)) != 0 || n > kMaxPictureSide) return nullptr;
+  return Guard(static_cast<double **>(nullptr), [&]() -> double ** {
+    const double dx = signal[2][kRowX] - signal[1][kRowX];
+    if (!(dx > 0.0)) return nullptr;
+    Complex *v = SignalVector(signal, n);
+    double **t = v ? NewPlotSamples(n) : nullptr;
+    if (!t) {
+      FreeVectorC(v);
+      return nullptr;
+    }
+    FFTV(v, -1);
+    // The centred transform puts the origin at sample n/2 + 1, abscissa xc;
+    // the factor exp(-2 pi i f xc) moves it to x = 0, and dx sqrt(n) undoes
+    // the unitary scaling, so that t approximates the integral of
+    // s(x) exp(-2 pi i f x) dx.
+    const int32_t centre = n / 2 + 1;
+    const double xc = signal[centre][kRowX], df = 1.0 / (n * dx), scale = dx * std::sqrt(static_cast<double>(n));
+    for (int32_t k = 1; k <= n; ++k) {
+      const double f = (k - centre) * df, angle = -kTwoPi * f * xc;
+      const double c = std::cos(angle), sn = std::sin(angle);
+      t[k][kRowX] = f;
+      t[k][kRowRe] = scale * (v[k].re * c - v[k].im * sn);
+      t[k][kRowIm] = scale * (v[k].re * sn + v[k].im * c);
+    }
+    FreeVectorC(v);
+    FillPolarRows(t);
+    return t;
   });
 }
 
@@ -576,6 +678,76 @@ QVX_API unsigned char *GenerateParametricPlotBitmap(const char *text, double t1,
     FreeMatrix(sx);
     FreeMatrix(sy);
     return bitmap;
+  });
+}
+
+QVX_API PlotBitmapPair *GenerateFourierPlotBitmaps(const char *text, double x1, double x2, int32_t samples,
+                                                   int32_t width, int32_t height, Font *font,
+                                                   Environment *env) noexcept {
+  if (!text || width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide) return nullptr;
+  if (!std::isfinite(x1) || !std::isfinite(x2) || x1 == x2) return nullptr;
+  return Guard(static_cast<PlotBitmapPair *>(nullptr), [&]() -> PlotBitmapPair * {
+    if (x1 > x2) std::swap(x1, x2);
+    const int32_t n = FourierLength(samples);
+    std::string title;
+    double **signal = SampleFunctionText(text, x1, x2, n, true, env, &title);
+    if (!signal) return nullptr;
+    double **transform = FourierTransformSamples(signal);
+    PlotBitmapPair *pair = nullptr;
+    if (transform) {
+      const CurveRequest r{nullptr, nullptr, n, width, height, font};
+      pair = FourierPair(signal, transform, r, "Signal S: " + title, "Fourier Transform: FT[S]");
+    }
+    FreeMatrix(signal);
+    FreeMatrix(transform);
+    return pair;
+  });
+}
+
+QVX_API PlotBitmapPair *GenerateSpectrallyFilteredPlotBitmaps(const char *text, const char *filter, double x1,
+                                                              double x2, int32_t samples, int32_t width,
+                                                              int32_t height, Font *font,
+                                                              Environment *env) noexcept {
+  if (!text || !filter || width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide)
+    return nullptr;
+  if (!std::isfinite(x1) || !std::isfinite(x2) || x1 == x2) return nullptr;
+  return Guard(static_cast<PlotBitmapPair *>(nullptr), [&]() -> PlotBitmapPair * {
+    if (x1 > x2) std::swap(x1, x2);
+    const int32_t n = FourierLength(samples);
+    std::string title, filterTitle;
+    double **signal = SampleFunctionText(text, x1, x2, n, true, env, &title);
+    if (!signal) return nullptr;
+    // The filter is a function of frequency on the centred grid of the
+    // transform, sampled in a scope of its own so that its unknown may share
+    // the signal's name.
+    const double df = 1.0 / (x2 - x1), fc = static_cast<double>(n / 2 + 1);
+    double **gain = SampleFunctionText(filter, (1 - fc) * df, (n - fc) * df, n, false, env, &filterTitle);
+    Complex *v = gain ? SignalVector(signal, n) : nullptr;
+    double **filtered = v ? NewPlotSamples(n) : nullptr;
+    PlotBitmapPair *pair = nullptr;
+    if (filtered) {
+      FFTV(v, -1);
+      for (int32_t k = 1; k <= n; ++k) {
+        const double hr = gain[k][kRowRe], hi = gain[k][kRowIm];
+        const Complex z = v[k];
+        v[k] = {z.re * hr - z.im * hi, z.re * hi + z.im * hr};
+      }
+      FFTV(v, 1);
+      for (int32_t k = 1; k <= n; ++k) {
+        filtered[k][kRowX] = signal[k][kRowX];
+        filtered[k][kRowRe] = v[k].re;
+        filtered[k][kRowIm] = v[k].im;
+      }
+      FillPolarRows(filtered);
+      const CurveRequest r{nullptr, nullptr, n, width, height, font};
+      pair = FourierPair(signal, filtered, r, "Signal S: " + title,
+                         "Inverse Fourier Transform of (" + filterTitle + ")*FT[S]");
+    }
+    FreeVectorC(v);
+    FreeMatrix(filtered);
+    FreeMatrix(gain);
+    FreeMatrix(signal);
+    return pair;
   });
 }
 

@@ -97,11 +97,28 @@ struct PlotVariable {
 // a temporary name that no table holds. False for two or more unknowns.
 bool PrepareVariable(std::string_view text, Environment *env, PlotVariable *variable);
 
+// A scratch copy of `source` (a fresh top-level scope when it is null) with
+// its history off, for sampling without touching the caller's tables;
+// null when it can't be made. End it with TerminateEnvironment.
+Environment *NewPlotScratch(Environment *source);
+
+// Normalises, screens and simplifies an expression text in a scratch scope,
+// as every plot does before sampling. False for a text that can't be
+// plotted (a failed screen, an assignment, a control statement).
+bool PrepareTextForSampling(const char *input, Environment *scratch, std::string *text);
+
 // Samples `text` at n equally spaced real values of `variable` from x1 to x2
 // into a PlotSamples matrix (row 6 unwrapped with period 2*pi). `cancel` is
 // polled before every sample besides the scope's own flag. Null when the
 // sampling was cancelled or n is out of range.
 double **SampleForPlot(int32_t n, Environment *env, std::string_view text, double x1, double x2,
                        const std::string &variable, const unsigned char *cancel);
+
+// The transform of a PlotSamples matrix of n samples (a power of two) on a
+// uniform grid, as a PlotSamples matrix over the frequencies (k - (n/2+1)) /
+// (n dx): the centred transform scaled by dx sqrt(n) and moved to the
+// origin x = 0, which approximates the integral of s(x) e^(-2 pi i f x) dx.
+// Non-finite samples count as 0. Null for another length or spacing.
+double **FourierTransformSamples(double **signal);
 
 }  // namespace qvx

@@ -253,4 +253,73 @@ TEST(Generators, SurfacesAndParametricCurves) {
   Free(circle);
 }
 
+// ---- Fourier plots --------------------------------------------------------------------------
+
+// A PlotSamples matrix of f on n points of [x1, x2).
+double **PeriodSamples(int n, double x1, double x2, double (*re)(double)) {
+  double **m = Matrix(n, 6);
+  for (int k = 1; k <= n; ++k) {
+    const double x = x1 + (k - 1) * (x2 - x1) / n;
+    m[k][1] = x, m[k][2] = 0, m[k][3] = re(x), m[k][4] = 0, m[k][5] = std::fabs(re(x)), m[k][6] = 0;
+  }
+  return m;
+}
+
+TEST(Fourier, TransformApproximatesTheContinuousIntegral) {
+  // exp(-pi x^2) is its own transform; shifted by 1 it gains exp(-2 pi i f).
+  struct Row {
+    double (*f)(double);
+    double shift;
+  };
+  const Row rows[] = {{[](double x) { return std::exp(-3.141592653589793 * x * x); }, 0.0},
+                      {[](double x) { return std::exp(-3.141592653589793 * (x - 1) * (x - 1)); }, 1.0}};
+  for (const Row &r : rows) {
+    double **s = PeriodSamples(128, -8, 8, r.f);
+    double **t = qvx::FourierTransformSamples(s);
+    ASSERT_NE(t, nullptr);
+    EXPECT_EQ(t[65][1], 0.0);  // the origin of the frequencies at n/2 + 1
+    for (int k = 1; k <= 128; ++k) {
+      const double f = t[k][1], g = std::exp(-3.141592653589793 * f * f);
+      EXPECT_NEAR(f, (k - 65) / 16.0, 1e-14);
+      EXPECT_NEAR(t[k][3], g * std::cos(2 * 3.141592653589793 * f * r.shift), 1e-12) << k;
+      EXPECT_NEAR(t[k][4], -g * std::sin(2 * 3.141592653589793 * f * r.shift), 1e-12) << k;
+    }
+    FreeMatrix(t);
+    FreeMatrix(s);
+  }
+  double **odd = PeriodSamples(100, 0, 1, [](double x) { return x; });
+  EXPECT_EQ(qvx::FourierTransformSamples(odd), nullptr);  // not a power of two
+  FreeMatrix(odd);
+}
+
+TEST(Fourier, GeneratorsDrawSignalTransformAndFilteredSignal) {
+  Scope s;
+  Pair ft(GenerateFourierPlotBitmaps("exp(-x^2)", 6, -6, 100, 90, 120, nullptr, s.env));
+  ASSERT_NE(ft.p, nullptr);
+  EXPECT_EQ(Image(ft.p->first).w, 90);
+  EXPECT_EQ(Image(ft.p->second).h, 120);
+  // A unit filter gives the signal back: without a font the two pictures
+  // are the same image.
+  Pair same(GenerateSpectrallyFilteredPlotBitmaps("exp(-x^2)*cos(3*x)", "1", -6, 6, 128, 128, 100, nullptr, s.env));
+  ASSERT_NE(same.p, nullptr);
+  const uint32_t size = LE32(same.p->first + 2);
+  ASSERT_EQ(size, LE32(same.p->second + 2));
+  EXPECT_EQ(0, std::memcmp(same.p->first, same.p->second, size));
+  // A low-pass filter that removes the carrier leaves a different picture;
+  // the filter's unknown may share the signal's name.
+  Pair low(GenerateSpectrallyFilteredPlotBitmaps("exp(-x^2)*cos(3*x)", "exp(-(x/0.1)^2)", -6, 6, 128, 128, 100,
+                                                 nullptr, s.env));
+  ASSERT_NE(low.p, nullptr);
+  EXPECT_NE(0, std::memcmp(low.p->first, low.p->second, size));
+  EXPECT_EQ(0, std::memcmp(low.p->first, same.p->first, size));
+  // Refusals: two unknowns, an empty span, a bad filter, a cancelled scope.
+  EXPECT_EQ(GenerateFourierPlotBitmaps("x*y", 0, 1, 16, 50, 50, nullptr, s.env), nullptr);
+  EXPECT_EQ(GenerateFourierPlotBitmaps("x", 1, 1, 16, 50, 50, nullptr, s.env), nullptr);
+  EXPECT_EQ(GenerateSpectrallyFilteredPlotBitmaps("x", "f*g", 0, 1, 16, 50, 50, nullptr, s.env), nullptr);
+  EXPECT_EQ(GenerateSpectrallyFilteredPlotBitmaps("x", nullptr, 0, 1, 16, 50, 50, nullptr, s.env), nullptr);
+  SetCancelFlag(s.env, 1);
+  EXPECT_EQ(GenerateFourierPlotBitmaps("x", 0, 1, 16, 50, 50, nullptr, s.env), nullptr);
+  SetCancelFlag(s.env, 0);
+}
+
 }  // namespace
