@@ -118,9 +118,9 @@ std::string Lower(std::string s) {
 
 }  // namespace
 
-FilterSpec ParseFilterSpec(const std::string &text) {
-  FilterSpec spec;
-  FilterSpec::Kind kind = FilterSpec::kNone;
+FilterShape ParseFilterShape(const std::string &text) {
+  FilterShape shape;
+  FilterShape::Kind kind = FilterShape::kNone;
   bool haveLow = false, haveHigh = false, haveCentre = false, haveWidth = false;
   size_t pos = 0;
   while (pos < text.size()) {
@@ -145,55 +145,55 @@ FilterSpec ParseFilterSpec(const std::string &text) {
     double x = 0.0;
     if (key == "type") {
       const std::string t = Lower(value);
-      if (t == "lowpass") kind = FilterSpec::kLowPass;
-      else if (t == "highpass") kind = FilterSpec::kHighPass;
-      else if (t == "bandpass") kind = FilterSpec::kBandPass;
-      else if (t == "bandstop") kind = FilterSpec::kBandStop;
-      else if (t == "supergaussian") kind = FilterSpec::kSuperGaussian;
+      if (t == "lowpass") kind = FilterShape::kLowPass;
+      else if (t == "highpass") kind = FilterShape::kHighPass;
+      else if (t == "bandpass") kind = FilterShape::kBandPass;
+      else if (t == "bandstop") kind = FilterShape::kBandStop;
+      else if (t == "supergaussian") kind = FilterShape::kSuperGaussian;
     } else if (!ParseNumber(value, x)) {
       continue;
     } else if (key == "low") {
-      spec.low = x;
+      shape.low = x;
       haveLow = true;
     } else if (key == "high") {
-      spec.high = x;
+      shape.high = x;
       haveHigh = true;
     } else if (key == "centre" || key == "center") {
-      spec.centre = x;
+      shape.centre = x;
       haveCentre = true;
     } else if (key == "width") {
-      spec.width = x;
+      shape.width = x;
       haveWidth = true;
     } else if (key == "order") {
-      spec.order = (x >= 1.0 && x <= 64.0) ? static_cast<int32_t>(x) : 0;
+      shape.order = (x >= 1.0 && x <= 64.0) ? static_cast<int32_t>(x) : 0;
     }
   }
   bool usable = false;
   switch (kind) {
-    case FilterSpec::kLowPass: usable = haveHigh && spec.high >= 0.0; break;
-    case FilterSpec::kHighPass: usable = haveLow && spec.low >= 0.0; break;
-    case FilterSpec::kBandPass:
-    case FilterSpec::kBandStop: usable = haveLow && haveHigh && spec.low >= 0.0 && spec.low <= spec.high; break;
-    case FilterSpec::kSuperGaussian: usable = haveWidth && spec.width > 0.0 && spec.order >= 1; break;
-    case FilterSpec::kNone: break;
+    case FilterShape::kLowPass: usable = haveHigh && shape.high >= 0.0; break;
+    case FilterShape::kHighPass: usable = haveLow && shape.low >= 0.0; break;
+    case FilterShape::kBandPass:
+    case FilterShape::kBandStop: usable = haveLow && haveHigh && shape.low >= 0.0 && shape.low <= shape.high; break;
+    case FilterShape::kSuperGaussian: usable = haveWidth && shape.width > 0.0 && shape.order >= 1; break;
+    case FilterShape::kNone: break;
   }
-  if (!haveCentre) spec.centre = 0.0;
-  spec.kind = usable ? kind : FilterSpec::kNone;
-  return spec;
+  if (!haveCentre) shape.centre = 0.0;
+  shape.kind = usable ? kind : FilterShape::kNone;
+  return shape;
 }
 
-double FilterGain(const FilterSpec &spec, double f) {
+double FilterGain(const FilterShape &shape, double f) {
   const double a = std::fabs(f);
-  switch (spec.kind) {
-    case FilterSpec::kLowPass: return a <= spec.high ? 1.0 : 0.0;
-    case FilterSpec::kHighPass: return a >= spec.low ? 1.0 : 0.0;
-    case FilterSpec::kBandPass: return (a >= spec.low && a <= spec.high) ? 1.0 : 0.0;
-    case FilterSpec::kBandStop: return (a >= spec.low && a <= spec.high) ? 0.0 : 1.0;
-    case FilterSpec::kSuperGaussian: {
-      const double u = (f - spec.centre) / spec.width;
-      return std::exp(-std::pow(u * u, spec.order));
+  switch (shape.kind) {
+    case FilterShape::kLowPass: return a <= shape.high ? 1.0 : 0.0;
+    case FilterShape::kHighPass: return a >= shape.low ? 1.0 : 0.0;
+    case FilterShape::kBandPass: return (a >= shape.low && a <= shape.high) ? 1.0 : 0.0;
+    case FilterShape::kBandStop: return (a >= shape.low && a <= shape.high) ? 0.0 : 1.0;
+    case FilterShape::kSuperGaussian: {
+      const double u = (f - shape.centre) / shape.width;
+      return std::exp(-std::pow(u * u, shape.order));
     }
-    case FilterSpec::kNone: break;
+    case FilterShape::kNone: break;
   }
   return 1.0;
 }
@@ -640,12 +640,12 @@ QVX_API Complex **SuperGaussianFilter(Complex **data, double centre, double widt
     Samples s;
     if (!ReadDataSet(data, s)) return EmptyDataSetC();
     if (!(width > 0.0) || order < 1) return DataSetC(s.x, s.y);
-    FilterSpec spec;
-    spec.kind = FilterSpec::kSuperGaussian;
-    spec.centre = centre;
-    spec.width = width;
-    spec.order = order;
-    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(spec, f); }));
+    FilterShape shape;
+    shape.kind = FilterShape::kSuperGaussian;
+    shape.centre = centre;
+    shape.width = width;
+    shape.order = order;
+    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
   });
 }
 
@@ -653,19 +653,19 @@ QVX_API Complex **SuperGaussianFilter(Complex **data, double centre, double widt
 
 namespace {
 
-constexpr const char *kFilterSpecFile = "fourier_filter_spec.txt";
-constexpr long kFilterSpecLimit = 1 << 16;
+constexpr const char *kFilterFile = "fourier_filter_spec.txt";
+constexpr long kFilterFileLimit = 1 << 16;
 
-// Reads the specification file of the current directory; a missing or
+// Reads the filter file of the current directory; a missing or
 // unreadable file gives no filter. Only the first 64 KiB are read.
-FilterSpec LoadFilterSpec() {
-  std::FILE *f = std::fopen(kFilterSpecFile, "rb");
-  if (!f) return FilterSpec{};
-  std::string text(static_cast<size_t>(kFilterSpecLimit), '\0');
+FilterShape LoadFilterShape() {
+  std::FILE *f = std::fopen(kFilterFile, "rb");
+  if (!f) return FilterShape{};
+  std::string text(static_cast<size_t>(kFilterFileLimit), '\0');
   const size_t got = std::fread(text.data(), 1, text.size(), f);
   std::fclose(f);
   text.resize(got);
-  return ParseFilterSpec(text);
+  return ParseFilterShape(text);
 }
 
 }  // namespace
@@ -676,9 +676,9 @@ QVX_API Complex **FourierFilterC(Complex **data) noexcept {
   return GuardDataSetC([&]() -> Complex ** {
     Samples s;
     if (!ReadDataSet(data, s)) return EmptyDataSetC();
-    const FilterSpec spec = LoadFilterSpec();
-    if (spec.kind == FilterSpec::kNone) return DataSetC(s.x, s.y);
-    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(spec, f); }));
+    const FilterShape shape = LoadFilterShape();
+    if (shape.kind == FilterShape::kNone) return DataSetC(s.x, s.y);
+    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
   });
 }
 
@@ -686,9 +686,9 @@ QVX_API double **FourierFilter(double **data) noexcept {
   return GuardDataSet([&]() -> double ** {
     Samples s;
     if (!ReadDataSet(data, s)) return EmptyDataSet();
-    const FilterSpec spec = LoadFilterSpec();
+    const FilterShape shape = LoadFilterShape();
     std::vector<Complex> y =
-        spec.kind == FilterSpec::kNone ? s.y : FilterOrdinates(s, [&](double f) { return FilterGain(spec, f); });
+        shape.kind == FilterShape::kNone ? s.y : FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); });
     std::vector<double> re(y.size());
     for (size_t i = 0; i < y.size(); ++i) re[i] = y[i].re;
     return DataSet(s.x, re);

@@ -128,9 +128,9 @@ void UnwrapInPlace(double *p, int32_t n);
 std::vector<double> WeightedPolyFit(const std::vector<double> &x, const std::vector<double> &y,
                                     const std::vector<double> &w, int32_t degree);
 
-// ---- the filter specification file -------------------------------------------
+// ---- the filter description file -------------------------------------------
 
-struct FilterSpec {
+struct FilterShape {
   enum Kind { kNone, kLowPass, kHighPass, kBandPass, kBandStop, kSuperGaussian } kind = kNone;
   double low = 0.0;     // lower edge (band filters) or cut-off (high-pass)
   double high = 0.0;    // upper edge (band filters) or cut-off (low-pass)
@@ -139,11 +139,11 @@ struct FilterSpec {
   int32_t order = 1;    // super-Gaussian order (1 is a Gaussian)
 };
 
-// Parses the text of a filter specification. Unknown lines are skipped;
+// Parses the text of a filter description. Unknown lines are skipped;
 // anything that does not give a usable filter leaves kind at kNone.
-FilterSpec ParseFilterSpec(const std::string &text);
+FilterShape ParseFilterShape(const std::string &text);
 
 // Gain of the filter at frequency f (1 for kNone).
-double FilterGain(const FilterSpec &spec, double f);
+double FilterGain(const FilterShape &shape, double f);
 
 }  // namespace qvx::fourier

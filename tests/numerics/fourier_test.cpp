@@ -548,24 +548,24 @@ TEST(Fourier, DomainsPaddingCentringAndUnwrapping) {
   FreeMatrix(u);
 }
 
-TEST(Fourier, FilterSpecificationIsReadDefensively) {
-  using qvx::fourier::FilterSpec;
-  using qvx::fourier::ParseFilterSpec;
+TEST(Fourier, FilterFileIsReadDefensively) {
+  using qvx::fourier::FilterShape;
+  using qvx::fourier::ParseFilterShape;
   struct Case {
     const char *text;
-    FilterSpec::Kind kind;
+    FilterShape::Kind kind;
   } cases[] = {
-      {"", FilterSpec::kNone},
-      {"\x01\xff garbage\n###", FilterSpec::kNone},
-      {"type lowpass\n", FilterSpec::kNone},                        // no cut-off
-      {"type lowpass\nhigh 1.5", FilterSpec::kLowPass},             // truncated last line
-      {"TYPE = BandPass\nlow 2 # comment\nhigh 1", FilterSpec::kNone},  // low > high
-      {"type bandstop\nlow: 1\nhigh: 2\n", FilterSpec::kBandStop},
-      {"type supergaussian\nwidth 0.5\norder 1e300\n", FilterSpec::kNone},
-      {"type supergaussian\nwidth 0.5\norder 3\ncentre 1e999\n", FilterSpec::kSuperGaussian},
-      {"type highpass\nlow nan\n", FilterSpec::kNone},
+      {"", FilterShape::kNone},
+      {"\x01\xff garbage\n###", FilterShape::kNone},
+      {"type lowpass\n", FilterShape::kNone},                        // no cut-off
+      {"type lowpass\nhigh 1.5", FilterShape::kLowPass},             // truncated last line
+      {"TYPE = BandPass\nlow 2 # comment\nhigh 1", FilterShape::kNone},  // low > high
+      {"type bandstop\nlow: 1\nhigh: 2\n", FilterShape::kBandStop},
+      {"type supergaussian\nwidth 0.5\norder 1e300\n", FilterShape::kNone},
+      {"type supergaussian\nwidth 0.5\norder 3\ncentre 1e999\n", FilterShape::kSuperGaussian},
+      {"type highpass\nlow nan\n", FilterShape::kNone},
   };
-  for (const Case &c : cases) EXPECT_EQ(c.kind, ParseFilterSpec(c.text).kind) << c.text;
+  for (const Case &c : cases) EXPECT_EQ(c.kind, ParseFilterShape(c.text).kind) << c.text;
 
   // The file: none, then a low-pass that removes the faster of two tones.
   char dir[] = "/tmp/qvx_fourier_XXXXXX";

@@ -13,7 +13,7 @@
 
 #include "common/boundary.h"
 #include "libquorvex.h"
-#include "numerics/special_internal.h"
+#include "numerics/transcendental.h"
 
 namespace {
 

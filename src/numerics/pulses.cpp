@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "libquorvex.h"
-#include "numerics/special_internal.h"
+#include "numerics/transcendental.h"
 
 namespace {
 

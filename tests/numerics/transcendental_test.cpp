@@ -28,14 +28,14 @@ double Err(double a, double b, double floor) {
   return std::fabs(a - b) / scale;
 }
 
-class SpecialTest : public ::testing::Test {
+class TranscendentalTest : public ::testing::Test {
  protected:
   void SetUp() override { gsl_set_error_handler_off(); }
 };
 
 const double kOrders[] = {0, 0.3, 0.5, 1, 1.7, 2, 3.25, 5, 7.5, 10, 13.3, 17, 20};
 
-TEST_F(SpecialTest, BesselMatchesReferenceOverOrdersAndArguments) {
+TEST_F(TranscendentalTest, BesselMatchesReferenceOverOrdersAndArguments) {
   for (double nu : kOrders) {
     for (double x = 0.01; x <= 50.0; x *= 1.09) {
       gsl_sf_result r;
@@ -54,7 +54,7 @@ TEST_F(SpecialTest, BesselMatchesReferenceOverOrdersAndArguments) {
   }
 }
 
-TEST_F(SpecialTest, BesselCoreDerivativesSatisfyWronskians) {
+TEST_F(TranscendentalTest, BesselCoreDerivativesSatisfyWronskians) {
   for (double nu : kOrders) {
     for (double x : {0.05, 0.9, 1.99, 2.01, 7.0, 33.0}) {
       double j, y, jp, yp, i, k, ip, kp;
@@ -67,7 +67,7 @@ TEST_F(SpecialTest, BesselCoreDerivativesSatisfyWronskians) {
   }
 }
 
-TEST_F(SpecialTest, BesselExtendsToNegativeArgumentsAndOrders) {
+TEST_F(TranscendentalTest, BesselExtendsToNegativeArgumentsAndOrders) {
   for (double x : {0.3, 2.5, 11.0}) {
     // Integer orders reflect exactly, with no residue of Y.
     for (int n = 1; n <= 5; ++n) {
@@ -91,7 +91,7 @@ TEST_F(SpecialTest, BesselExtendsToNegativeArgumentsAndOrders) {
   }
 }
 
-TEST_F(SpecialTest, BesselEdgeArgumentsGiveDefinedValuesQuickly) {
+TEST_F(TranscendentalTest, BesselEdgeArgumentsGiveDefinedValuesQuickly) {
   auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(BesselJFunc(0.0, 0.0).re, 1.0);
   EXPECT_EQ(BesselJFunc(0.0, 2.0).re, 0.0);
@@ -120,7 +120,7 @@ TEST_F(SpecialTest, BesselEdgeArgumentsGiveDefinedValuesQuickly) {
   EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 1.0);
 }
 
-TEST_F(SpecialTest, BesselSeriesAgreesWithCoreForSmallArguments) {
+TEST_F(TranscendentalTest, BesselSeriesAgreesWithCoreForSmallArguments) {
   for (double nu : {0.0, 0.5, 2.0, 7.5, -3.0, -2.5})
     for (double x : {0.05, 0.7, 3.0}) {
       double ref = BesselJFunc(x, nu).re;
@@ -128,7 +128,7 @@ TEST_F(SpecialTest, BesselSeriesAgreesWithCoreForSmallArguments) {
     }
 }
 
-TEST_F(SpecialTest, BesselGammasMatchReciprocalGammas) {
+TEST_F(TranscendentalTest, BesselGammasMatchReciprocalGammas) {
   for (double x : {-0.5, -0.2, 0.0, 0.1, 0.37, 0.5}) {
     double g1, g2, gp, gm;
     BesselGammas(x, &g1, &g2, &gp, &gm);
@@ -141,7 +141,7 @@ TEST_F(SpecialTest, BesselGammasMatchReciprocalGammas) {
   }
 }
 
-TEST_F(SpecialTest, AiryMatchesReferenceAndKeepsShortConstantsAtZero) {
+TEST_F(TranscendentalTest, AiryMatchesReferenceAndKeepsShortConstantsAtZero) {
   for (double x = -30.0; x <= 30.0; x += 0.173) {
     double ai, bi, aip, bip;
     AiryFuncSub(x, &ai, &bi, &aip, &bip);
@@ -160,7 +160,7 @@ TEST_F(SpecialTest, AiryMatchesReferenceAndKeepsShortConstantsAtZero) {
   EXPECT_TRUE(std::isnan(ai) && std::isnan(bip));
 }
 
-TEST_F(SpecialTest, GammaLnMatchesReferenceAndReflects) {
+TEST_F(TranscendentalTest, GammaLnMatchesReferenceAndReflects) {
   for (double x = 1e-3; x < 1e5; x *= 1.11)
     EXPECT_LT(std::fabs(GammaLn(x) - gsl_sf_lngamma(x)) / std::max(1.0, std::fabs(gsl_sf_lngamma(x))),
               1e-10) << x;
@@ -172,7 +172,7 @@ TEST_F(SpecialTest, GammaLnMatchesReferenceAndReflects) {
   EXPECT_TRUE(std::isnan(GammaLn(kNaN)));
 }
 
-TEST_F(SpecialTest, GammaLnCMatchesReferenceModuloTwoPi) {
+TEST_F(TranscendentalTest, GammaLnCMatchesReferenceModuloTwoPi) {
   for (double a = -10.3; a < 30; a += 1.37)
     for (double b = -20; b < 20; b += 2.9) {
       gsl_sf_result lr, ar;
@@ -186,7 +186,7 @@ TEST_F(SpecialTest, GammaLnCMatchesReferenceModuloTwoPi) {
   EXPECT_NEAR(std::exp(a.re - b.re - c.re), 30045015.0, 1e-6);
 }
 
-TEST_F(SpecialTest, DigammaBetaAndStudentMatchReference) {
+TEST_F(TranscendentalTest, DigammaBetaAndStudentMatchReference) {
   for (double x = -9.7; x < 100; x += 0.337)
     EXPECT_LT(Err(DigammaFunc(x), gsl_sf_psi(x), 1e-2), 1e-11) << x;
   EXPECT_TRUE(std::isnan(DigammaFunc(-2.0)));
@@ -211,7 +211,7 @@ TEST_F(SpecialTest, DigammaBetaAndStudentMatchReference) {
   EXPECT_EQ(StudentCriticalValue(1e-300, 0.5), kInf);
 }
 
-TEST_F(SpecialTest, FactorialsBinomialsAndBernoulli) {
+TEST_F(TranscendentalTest, FactorialsBinomialsAndBernoulli) {
   EXPECT_EQ(Factorial(0), 1.0);
   EXPECT_EQ(Factorial(20), 2432902008176640000.0);
   EXPECT_EQ(Factorial(171), kInf);
@@ -242,7 +242,7 @@ TEST_F(SpecialTest, FactorialsBinomialsAndBernoulli) {
   EXPECT_LT(Err(BernoulliNumber(30), 8615841276005.0 / 14322.0, 0), 1e-13);
 }
 
-TEST_F(SpecialTest, LegendreAndLaguerreMatchReference) {
+TEST_F(TranscendentalTest, LegendreAndLaguerreMatchReference) {
   for (int l = 0; l <= 30; l += 3)
     for (int m = 0; m <= l; m += 2)
       for (double x = -0.99; x < 1; x += 0.173) {
@@ -264,7 +264,7 @@ TEST_F(SpecialTest, LegendreAndLaguerreMatchReference) {
         EXPECT_LT(Err(LaguerreFunc(x, n, a), gsl_sf_laguerre_n(n, a, x), 1e-6), 1e-10);
 }
 
-TEST_F(SpecialTest, HydrogenWaveFunctionIsRadialTimesSphericalHarmonic) {
+TEST_F(TranscendentalTest, HydrogenWaveFunctionIsRadialTimesSphericalHarmonic) {
   const int states[][3] = {{1, 0, 0}, {2, 1, -1}, {3, 2, 1}, {4, 3, -2}, {5, 1, 0}};
   for (auto &s : states)
     for (double r : {0.3, 2.0, 9.0}) {
@@ -280,7 +280,7 @@ TEST_F(SpecialTest, HydrogenWaveFunctionIsRadialTimesSphericalHarmonic) {
   EXPECT_TRUE(std::isnan(HydrogenWaveFunc(2, 2, 0, 1, 0, 0).re));
 }
 
-TEST_F(SpecialTest, WignerSymbolsMatchReference) {
+TEST_F(TranscendentalTest, WignerSymbolsMatchReference) {
   for (int j1 = 0; j1 <= 8; ++j1)
     for (int j2 = 0; j2 <= 8; ++j2)
       for (int j3 = std::abs(j1 - j2); j3 <= j1 + j2; ++j3)
@@ -386,7 +386,7 @@ const CoulombRow kCoulomb[] = {
     {8, 5, 9, 0.0025083879026622136, 186.30564958917765, 0.0028381117208828906, -187.86717625854905},
 };
 
-TEST_F(SpecialTest, CoulombWaveFunctionsMatchHighPrecisionValues) {
+TEST_F(TranscendentalTest, CoulombWaveFunctionsMatchHighPrecisionValues) {
   for (const auto &row : kCoulomb) {
     double F, G, Fp, Gp;
     ASSERT_EQ(CoulombWaveFunc(row.eta, row.x, row.L, &F, &G, &Fp, &Gp), 0);
@@ -398,7 +398,7 @@ TEST_F(SpecialTest, CoulombWaveFunctionsMatchHighPrecisionValues) {
   }
 }
 
-TEST_F(SpecialTest, CoulombPiecesAgreeWithEachOther) {
+TEST_F(TranscendentalTest, CoulombPiecesAgreeWithEachOther) {
   // Beyond the turning point the fractions reproduce F'/F and H'/H.
   double F, G, Fp, Gp;
   CoulombWaveFunc(1.0, 12.0, 2.0, &F, &G, &Fp, &Gp);
@@ -431,7 +431,7 @@ TEST_F(SpecialTest, CoulombPiecesAgreeWithEachOther) {
   EXPECT_EQ(CoulombWaveFunc(1.0, 2.0, -1.0, &F, &G, &Fp, &Gp), -1);
 }
 
-TEST_F(SpecialTest, PulseAndWindowShapes) {
+TEST_F(TranscendentalTest, PulseAndWindowShapes) {
   struct { double (*f)(double, double); double x, width, expect; } rows[] = {
       {SquareFunc, 0.49, 1.0, 1.0},      {SquareFunc, 0.51, 1.0, 0.0},
       {TriangleFunc, 0.25, 1.0, 0.5},    {TriangleFunc, -0.6, 1.0, 0.0},
