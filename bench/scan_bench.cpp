@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/scan.h"
+#include "text/scan.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace qvx {
@@ -47,6 +48,13 @@ inline void WipeAndFree(char *text) noexcept {
   volatile char *p = text;
   for (std::size_t i = 0; i < n; ++i) p[i] = 0;
   std::free(text);
+}
+
+// The same for a std::string, which is left empty.
+inline void WipeString(std::string &s) noexcept {
+  volatile char *p = s.data();
+  for (std::size_t i = 0; i < s.size(); ++i) p[i] = 0;
+  s.clear();
 }
 
 }  // namespace qvx

@@ -19,8 +19,8 @@
 #include "engine/evaluate.h"
 #include "engine/normalise.h"
 #include "engine/program.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
@@ -674,19 +674,10 @@ bool MutateObject(Object *o) {
     std::vector<std::string> dead;
     const std::string ctor = name + "(";
     const std::string dtor = "_" + name + "(";
-    std::vector<RBSTNode *> stack;
-    RBSTNode *n = scope->functionTable.root;
-    while (!stack.empty() || (n && !IsSentinel(n))) {
-      while (n && !IsSentinel(n)) {
-        stack.push_back(n);
-        n = n->left;
-      }
-      n = stack.back();
-      stack.pop_back();
+    ForEachNode(scope->functionTable.root, [&](RBSTNode *n) {
       const std::string_view k(n->key);
       if (k.starts_with(ctor) || k.starts_with(dtor)) dead.emplace_back(k);
-      n = n->right;
-    }
+    });
     for (const std::string &k : dead) RBSTDelete(&scope->functionTable, scope->functionTable.root, k.c_str());
     WipeAndFree(o->className);
     o->className = nullptr;

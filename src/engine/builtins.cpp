@@ -49,19 +49,12 @@ Environment *ResultScope(Environment *env) {
 RBSTNode *NodeOf(const Object *o) {
   Environment *scope = o ? o->parentEnvironment : nullptr;
   if (!scope || scope->isScalar || !scope->objectTable.root) return nullptr;
-  std::vector<RBSTNode *> stack;
-  RBSTNode *n = scope->objectTable.root;
-  while (!stack.empty() || (n && !IsSentinel(n))) {
-    while (n && !IsSentinel(n)) {
-      stack.push_back(n);
-      n = n->left;
-    }
-    n = stack.back();
-    stack.pop_back();
-    if (n->value == o) return n;
-    n = n->right;
-  }
-  return nullptr;
+  RBSTNode *found = nullptr;
+  WalkInOrder(scope->objectTable.root, [&](RBSTNode *n) {
+    if (n->value == o) found = n;
+    return !found;
+  });
+  return found;
 }
 
 // A named variable or member (not a literal, not an internal key).
@@ -95,20 +88,12 @@ void FlushDeletedObjects(Environment *env) {
   Environment *top = TopLevelOf(env);
   if (!top || top->isScalar || !top->objectTable.root) return;
   std::vector<std::string> keys;
-  std::vector<RBSTNode *> stack;
-  RBSTNode *n = top->objectTable.root;
   // Parked keys sort before every typed name: walk the low end only.
-  while (!stack.empty() || (n && !IsSentinel(n))) {
-    while (n && !IsSentinel(n)) {
-      stack.push_back(n);
-      n = n->left;
-    }
-    n = stack.back();
-    stack.pop_back();
-    if (static_cast<unsigned char>(n->key[0]) > static_cast<unsigned char>(kParkByte)) break;
+  WalkInOrder(top->objectTable.root, [&](RBSTNode *n) {
+    if (static_cast<unsigned char>(n->key[0]) > static_cast<unsigned char>(kParkByte)) return false;
     if (n->key[0] == kParkByte) keys.emplace_back(n->key);
-    n = n->right;
-  }
+    return true;
+  });
   for (const std::string &k : keys) RBSTDelete(&top->objectTable, top->objectTable.root, k.c_str());
 }
 
@@ -183,7 +168,7 @@ Object *MutateCommand(ArgumentList *arguments, Environment *env, int32_t *owned)
 }
 
 Object *RestoreCommand(ArgumentList *, Environment *env, int32_t *owned) {
-  RestoreScope(TopLevelOf(env), true);
+  ResetToDefaults(TopLevelOf(env), true);
   return Text("default assignments restored", env, owned);
 }
 

@@ -26,8 +26,8 @@
 #include "engine/evaluate.h"
 #include "engine/normalise.h"
 #include "engine/program.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
@@ -93,32 +93,21 @@ bool RunsInOwnScope(const Environment *env) {
 // make every call pay for a walk over the default table.
 void StampChain(Environment *env, int32_t depth) {
   const auto byte = static_cast<uint8_t>(depth & 0xff);
-  std::vector<RBSTNode *> stack;
   for (; env; env = ParentOf(env)) {
     if (env->isScalar) continue;
     if (env->ownerObject && env->scopeKind == 0 && !RunsInOwnScope(env)) continue;
     if (env->deletedCount) PurgeDeletedObjects(env);
     for (RBST *table : {&env->objectTable, &env->classTable}) {
       const bool objects = table == &env->objectTable;
-      RBSTNode *n = table->root;
-      stack.clear();
-      while (!stack.empty() || (n && !IsSentinel(n))) {
-        while (n && !IsSentinel(n)) {
-          stack.push_back(n);
-          n = n->left;
+      ForEachNode(table->root, [&](RBSTNode *n) {
+        if (!n->value) return;
+        if (objects) {
+          auto *o = static_cast<Object *>(n->value);
+          if (o->memberKind == 0) o->frameMark = byte;
+        } else if (auto *c = static_cast<ClassRecord *>(n->value); c->system == 0) {
+          c->flag = byte;
         }
-        n = stack.back();
-        stack.pop_back();
-        if (n->value) {
-          if (objects) {
-            auto *o = static_cast<Object *>(n->value);
-            if (o->memberKind == 0) o->frameMark = byte;
-          } else if (auto *c = static_cast<ClassRecord *>(n->value); c->system == 0) {
-            c->flag = byte;
-          }
-        }
-        n = n->right;
-      }
+      });
     }
   }
 }

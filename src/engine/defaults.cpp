@@ -23,7 +23,7 @@
 
 #include "common/boundary.h"
 #include "engine/evaluate.h"
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "engine/program.h"
 #include "math/functions.h"
 #include "objects/environment.h"
@@ -159,7 +159,7 @@ std::span<const NativeEntry> NodeMethods() { return kNodeMethods; }
 std::span<const NativeEntry> MapMethods() { return kMapMethods; }
 std::span<const NativeEntry> ClassDefinitionMethods() { return kClassDefinitionMethods; }
 
-void RestoreScope(Environment *env, bool keepLiterals) {
+void ResetToDefaults(Environment *env, bool keepLiterals) {
   if (!env || env->isScalar) return;
   const uint8_t saved = env->updateHistory;
   env->updateHistory = 0;
@@ -172,29 +172,21 @@ void RestoreScope(Environment *env, bool keepLiterals) {
   // script keep their names, since its text still holds them.
   std::vector<std::pair<std::string, Object *>> kept;
   if (keepLiterals) {
-    std::vector<RBSTNode *> stack;
-    RBSTNode *n = env->objectTable.root;
-    while (!stack.empty() || (n && !IsSentinel(n))) {
-      while (n && !IsSentinel(n)) {
-        stack.push_back(n);
-        n = n->left;
+    // Values are taken out of the nodes as the walk passes; the tree's shape
+    // does not change until the table is reset below.
+    ForEachNode(env->objectTable.root, [&](RBSTNode *n) {
+      if (!n->value) return;
+      const bool literal = env->temporaryNames.root && RBSTFind(env->temporaryNames.root, n->key);
+      const bool parked = n->key[0] == '\x05';
+      std::string key = n->key;
+      if (!literal && !parked) {
+        char name[2 + 2 * sizeof(void *) + 1];
+        std::snprintf(name, sizeof name, "%c%p", '\x05', n->value);
+        key = name;
       }
-      n = stack.back();
-      stack.pop_back();
-      if (n->value) {
-        const bool literal = env->temporaryNames.root && RBSTFind(env->temporaryNames.root, n->key);
-        const bool parked = n->key[0] == '\x05';
-        std::string key = n->key;
-        if (!literal && !parked) {
-          char name[2 + 2 * sizeof(void *) + 1];
-          std::snprintf(name, sizeof name, "%c%p", '\x05', n->value);
-          key = name;
-        }
-        kept.emplace_back(std::move(key), static_cast<Object *>(n->value));
-        n->value = nullptr;
-      }
-      n = n->right;
-    }
+      kept.emplace_back(std::move(key), static_cast<Object *>(n->value));
+      n->value = nullptr;
+    });
   } else {
     ClearLiterals(env, 1);
   }
@@ -203,8 +195,24 @@ void RestoreScope(Environment *env, bool keepLiterals) {
   env->deletedCount = 0;
   for (auto &[key, o] : kept) RBSTInsert(&env->objectTable, env->objectTable.root, key.c_str(), o);
   const Globals &g = G();
-  if (g.initScript && *g.initScript) FreeString(QuorvexScript(g.initScript, env, 0));
+  if (g.initScript && *g.initScript) {
+    std::string answer = RunScriptText(g.initScript, env, 0);
+    WipeString(answer);
+  }
   env->updateHistory = saved;
 }
 
 }  // namespace qvx
+
+using namespace qvx;
+
+extern "C" {
+
+QVX_API char *RestoreDefaultAssignments(Environment *env, int32_t flags) noexcept {
+  GuardVoid([env] {
+    if (env && !env->isScalar) ResetToDefaults(env, false);
+  });
+  return DupText("default assignments restored");
+}
+
+}  // extern "C"

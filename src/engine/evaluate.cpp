@@ -29,86 +29,16 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 
 namespace qvx {
 namespace {
 
 // ---------------------------------------------------------------------------
-// Guards.
-
-thread_local uintptr_t tStackFloor = 0;
-// Set when the stack guard refused work; the call machinery reads it to tell
-// a runaway recursion from an ordinary failure.
-thread_local bool tStackTripped = false;
-thread_local int64_t tBudget = 0;
-thread_local bool tBudgetActive = false;
-
-constexpr uintptr_t kStackMargin = 256 * 1024;
-constexpr uintptr_t kMaxStackUse = 64u * 1024 * 1024;
-
-__attribute__((noinline)) void InitStackFloor(uintptr_t here) {
-  uintptr_t floor = here > 512 * 1024 ? here - 512 * 1024 : 0;
-#if defined(__linux__)
-  pthread_attr_t attr;
-  if (pthread_getattr_np(pthread_self(), &attr) == 0) {
-    void *addr = nullptr;
-    std::size_t size = 0;
-    if (pthread_attr_getstack(&attr, &addr, &size) == 0 && addr && size > 0) {
-      const uintptr_t low = reinterpret_cast<uintptr_t>(addr);
-      // Room kept free below the deepest evaluation for the leaf calls it
-      // makes; small for the small stacks some hosts give their threads.
-      const uintptr_t margin = std::clamp<uintptr_t>(size / 8, 32 * 1024, kStackMargin);
-      if (here > low + margin) floor = low + margin;
-      if (here > kMaxStackUse && floor < here - kMaxStackUse) floor = here - kMaxStackUse;
-    }
-    pthread_attr_destroy(&attr);
-  }
-#endif
-  tStackFloor = floor ? floor : 1;
-}
-
-bool BudgetExceeded() { return tBudgetActive && tBudget < 0; }
-
-void Spend(std::size_t bytes) {
-  if (tBudgetActive) tBudget -= static_cast<int64_t>(bytes);
-}
-
-// ---------------------------------------------------------------------------
 // Small helpers.
 
-// An evaluator result with its ownership.
-struct Held {
-  Object *object = nullptr;
-  int32_t owned = 0;
-  Held() = default;
-  Held(Object *o, int32_t own) : object(o), owned(own) {}
-  Held(const Held &) = delete;
-  Held &operator=(const Held &) = delete;
-  ~Held() { Reset(); }
-  void Reset() {
-    if (owned) FreeObject(object);
-    object = nullptr;
-    owned = 0;
-  }
-  Object *Release(int32_t *own) {
-    *own = owned;
-    Object *o = object;
-    object = nullptr;
-    owned = 0;
-    return o;
-  }
-  // Makes the held object the caller's (copying a borrowed one).
-  Object *Take(Environment *env) {
-    Object *o = object;
-    if (!owned) o = CopyObject(o, env, 1);
-    object = nullptr;
-    owned = 0;
-    return o;
-  }
-};
 
 // A byte search for the short texts the evaluator mostly sees, without a
 // library call; long texts take memchr.
@@ -129,7 +59,6 @@ inline bool HasArithmeticByte(std::string_view t) {
   return false;
 }
 
-bool AllAbsent(const Facts &f, uint32_t bits) { return (f.known & bits) == bits && !(f.present & bits); }
 Facts Inherit(const Facts &f) { return Facts{f.known & ~f.present, 0}; }
 
 // A borrowed operand points into a scope table. When the text still to be
@@ -142,11 +71,6 @@ void KeepAcross(Held &h, std::string_view rest, Environment *env) {
   if (!risky) return;
   h.object = CopyObject(h.object, env, 1);
   h.owned = h.object != nullptr;
-}
-
-Facts Known(Facts f, std::string_view text) {
-  if (f.known == kFactAll) return f;
-  return ScanFacts(text);
 }
 
 bool IsSentinelObject(const Object *o) {
@@ -307,222 +231,11 @@ Object *HandleString(Object *l, Object *r, char op, Environment *env, const Oper
     if (o->tag == kTagString) text += StringText(o);
     else text += ObjectToText(o, 0);
   }
-  Spend(text.size());
+  SpendBudget(text.size());
   return NewStringObject(text.c_str(), env);
 }
 
 }  // namespace
-
-// ---------------------------------------------------------------------------
-// Guards and facts.
-
-void BeginEvaluationBudget(std::size_t textLength) {
-  const int64_t n = static_cast<int64_t>(std::min<std::size_t>(textLength, INT64_MAX / 128));
-  tBudget = std::max<int64_t>(int64_t{1} << 27, 64 * n);
-  tBudgetActive = true;
-}
-
-void SpendBudget(std::size_t bytes) { Spend(bytes); }
-bool BudgetExhausted() { return BudgetExceeded(); }
-
-bool StackExhausted() {
-  const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  if (!tStackFloor) InitStackFloor(here);
-  if (here >= tStackFloor) return false;
-  tStackTripped = true;
-  return true;
-}
-
-bool StackTripped() { return tStackTripped; }
-void ClearStackTrip() { tStackTripped = false; }
-
-namespace {
-// One load classifies a byte for ScanFacts: its fact bit, or its bracket
-// kind (1 to 3 opening, -1 to -3 closing), or kEqualsClass for "=", whose
-// meaning depends on its neighbours.
-constexpr int8_t kEqualsClass = 4;
-struct FactTable {
-  uint32_t bit[256] = {};
-  int8_t bracket[256] = {};
-  constexpr FactTable() {
-    const char *ops = "+-*/^,=<>&|~.!'";
-    const uint32_t bits[] = {kFactPlus,  kFactMinus, kFactStar, kFactSlash, kFactCaret,
-                             kFactComma, kFactEquals, kFactLess, kFactGreater, kFactAnd,
-                             kFactOr,    kFactTilde, kFactDot,  kFactPostfix, kFactPostfix};
-    for (int k = 0; ops[k]; ++k) bit[static_cast<unsigned char>(ops[k])] = bits[k];
-    bit[static_cast<unsigned char>('=')] = 0;
-    bracket[static_cast<unsigned char>('=')] = kEqualsClass;  // needs its neighbours
-    bracket[static_cast<unsigned char>('(')] = 1;
-    bracket[static_cast<unsigned char>(':')] = 2;
-    bracket[static_cast<unsigned char>('[')] = 3;
-    bracket[static_cast<unsigned char>(')')] = -1;
-    bracket[static_cast<unsigned char>(';')] = -2;
-    bracket[static_cast<unsigned char>(']')] = -3;
-  }
-};
-constexpr FactTable kFactTable{};
-}  // namespace
-
-Facts ScanFacts(std::string_view text) {
-  Spend(text.size());
-  Facts f;
-  f.known = kFactAll;
-  // Bracket kinds on a stack, so that a mismatch is noticed as the searches
-  // notice it. The stack lives on the C stack up to a depth of 256, and in a
-  // per-thread buffer (reused by every call) beyond.
-  const std::size_t n = text.size();
-  unsigned char local[256];
-  unsigned char *stack = local;
-  if (n > sizeof local) {
-    thread_local std::vector<unsigned char> deep;
-    if (deep.size() < n) deep.resize(n);
-    stack = deep.data();
-  }
-  std::size_t depth = 0;
-  uint32_t present = 0;
-  uint32_t mask = ~0u;  // every bit at depth 0, none inside brackets
-  const unsigned char *s = reinterpret_cast<const unsigned char *>(text.data());
-  for (std::size_t i = 0; i < n; ++i) {
-    const unsigned char c = s[i];
-    const int8_t kind = kFactTable.bracket[c];
-    if (kind == 0) {
-      present |= kFactTable.bit[c] & mask;
-    } else if (kind == kEqualsClass) {
-      if (mask) {
-        present |= kFactEquals;
-        if (i > 0 && (i + 1 >= n || s[i + 1] != '=')) {
-          const unsigned char before = s[i - 1];
-          if (before != '~' && before != '=' && before != '<' && before != '>') present |= kFactAssign;
-        }
-      }
-    } else if (kind > 0) {
-      stack[depth++] = static_cast<unsigned char>(kind);
-      mask = 0;
-    } else {
-      if (depth == 0 || stack[--depth] != -kind) {
-        f.present = kFactAll;
-        return f;
-      }
-      mask = depth == 0 ? ~0u : 0u;
-    }
-  }
-  if (depth != 0) present = kFactAll;  // unclosed: let the exact searches judge
-  f.present = present;
-  return f;
-}
-
-bool CancelRequested(const Environment *env) {
-  return env && env->cancelFlag && __atomic_load_n(env->cancelFlag, __ATOMIC_RELAXED) != 0;
-}
-
-Object *NewSentinelObject(std::string_view sentinel, Environment *env) { return NewText(sentinel, env); }
-
-// ---------------------------------------------------------------------------
-// Text tests.
-
-double AtoF(std::string_view text) {
-  double v = 0.0;
-  if (text.empty() || !TestNumericString(text, &v)) return std::nan("");
-  return v;
-}
-
-bool IsNearlyEqual(double a, double b) {
-  const double h = std::hypot(a, b);
-  if (!(h > 0.0)) return true;
-  return std::fabs(a - b) / h <= 1e-15;
-}
-
-bool IsPlainSymbol(std::string_view text) {
-  if (text.empty() || text == "i" || text == "this") return false;
-  static const auto kRefused = [] {
-    std::array<bool, 256> t{};
-    for (unsigned char c : std::string_view("*/^,.'!#@(:[);]+-=~<>&|\"")) t[c] = true;
-    return t;
-  }();
-  for (unsigned char c : text)
-    if (kRefused[c]) return false;
-  // Operators are refused above, so no sentinel can remain; a number is no name.
-  return !TestNumericString(text, nullptr);
-}
-
-bool TestCallForm(std::string_view text, int32_t isPlainSymbol) {
-  if (isPlainSymbol == 1 || text.size() < 3 || text.back() != ')') return false;
-  const std::size_t open = text.find('(');
-  if (open == std::string_view::npos || open == 0) return false;
-  if (!IsPlainSymbol(text.substr(0, open))) return false;
-  return CountOuterPairs(text.substr(open), '(', ')') > 0;
-}
-
-// ---------------------------------------------------------------------------
-// The searches.
-
-int32_t FindLogicalOperator(std::string_view text, int32_t *length, Facts facts) {
-  facts = Known(facts, text);
-  struct Level {
-    std::string_view needle;
-    bool last;
-    uint32_t needs;
-  };
-  static constexpr Level kLevels[] = {
-      {"|", false, kFactOr},
-      {"&", false, kFactAnd},
-      {"<=", true, kFactLess | kFactEquals},
-      {">=", false, kFactGreater | kFactEquals},
-      {"==", false, kFactEquals},
-      {"~=", false, kFactTilde | kFactEquals},
-      {"<", true, kFactLess},
-      {">", false, kFactGreater},
-  };
-  for (const Level &level : kLevels) {
-    if ((facts.present & level.needs) != level.needs) continue;
-    int32_t pos = -1;
-    if (level.last) FindLastTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, level.needle, &pos);
-    else FindFirstTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, level.needle, &pos);
-    if (pos >= 1) {
-      if (length) *length = static_cast<int32_t>(level.needle.size());
-      return pos;
-    }
-  }
-  if (length) *length = 0;
-  return -1;
-}
-
-namespace {
-// As FindArithmeticOperator, recording in *noBinary the operators found to
-// have no binary occurrence (valid for every depth-0 prefix of the text).
-int32_t FindArithmeticOperatorImpl(std::string_view text, char *op, const Facts &facts, uint32_t *noBinary) {
-  std::size_t lead = 0;
-  while (lead < text.size() && (text[lead] == '+' || text[lead] == '-')) ++lead;
-  auto skip = [&](uint32_t bit) { return AllAbsent(facts, bit) || (*noBinary & bit); };
-  struct Level {
-    char c;
-    uint32_t bit;
-    int kind;  // 0 additive, 1 last, 2 first
-  };
-  static constexpr Level kLevels[] = {
-      {'+', kFactPlus, 0}, {'-', kFactMinus, 0}, {'*', kFactStar, 1}, {'/', kFactSlash, 1}, {'^', kFactCaret, 2},
-  };
-  for (const Level &level : kLevels) {
-    if (skip(level.bit)) continue;
-    const std::string_view needle(&level.c, 1);
-    int32_t pos = -1;
-    if (level.kind == 0) pos = FindAdditive(text, needle);
-    else if (level.kind == 1) FindLastTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, needle, &pos);
-    else FindFirstTopLevel(text, kOpenBlockParenSquare, kCloseBlockParenSquare, needle, &pos);
-    if (pos >= 1 && static_cast<std::size_t>(pos) >= lead) {
-      if (op) *op = level.c;
-      return pos;
-    }
-    *noBinary |= level.bit;
-  }
-  return -1;
-}
-}  // namespace
-
-int32_t FindArithmeticOperator(std::string_view text, char *op, Facts facts) {
-  uint32_t noBinary = 0;
-  return FindArithmeticOperatorImpl(text, op, facts, &noBinary);
-}
 
 // ---------------------------------------------------------------------------
 // Forms that later modules evaluate. Until they are present, each answers as
@@ -711,7 +424,7 @@ std::string LogicText(const std::string &left, const std::string &right, std::st
 
 Object *EvaluateArithmetic(std::string_view text, Environment *env, Facts facts) {
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
-  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (StackExhausted() || BudgetExhausted()) return NewSentinelObject(kSentinelInvalidExpression, env);
   Facts f = Known(facts, text);
   const bool logical = (f.present & (kFactOr | kFactAnd | kFactLess | kFactGreater)) ||
                        ((f.present & kFactEquals) && (f.present & kFactTilde || text.find("==") != std::string_view::npos));
@@ -794,10 +507,10 @@ Object *EvaluateBinaryFrom(std::string_view text, int32_t position, uint32_t noB
                            int32_t *owned, Facts facts) {
   *owned = 1;
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
-  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (StackExhausted() || BudgetExhausted()) return NewSentinelObject(kSentinelInvalidExpression, env);
   char op = 0;
   if (position <= 0) {
-    position = FindArithmeticOperatorImpl(text, &op, facts, &noBinary);
+    position = FindArithmeticOperatorTracked(text, &op, facts, &noBinary);
   } else if (static_cast<std::size_t>(position) < text.size()) {
     op = text[static_cast<std::size_t>(position)];
   } else {
@@ -840,9 +553,9 @@ Object *EvaluateBinaryFrom(std::string_view text, int32_t position, uint32_t noB
     const std::string_view left = current.substr(0, static_cast<std::size_t>(position));
     if (!spine || left.empty() || IsSignOrOpen(left.front()) || left.front() == '~' || left == "i") break;
     if (!HasArithmeticByte(left)) break;  // a plain operand ends the chain
-    if ((count & 1023) == 0 && (CancelRequested(env) || BudgetExceeded())) break;
+    if ((count & 1023) == 0 && (CancelRequested(env) || BudgetExhausted())) break;
     char nextOp = 0;
-    const int32_t next = FindArithmeticOperatorImpl(left, &nextOp, inherited, &noBinary);
+    const int32_t next = FindArithmeticOperatorTracked(left, &nextOp, inherited, &noBinary);
     if (next < 1) break;
     current = left;
     position = next;
@@ -858,7 +571,7 @@ Object *EvaluateBinaryFrom(std::string_view text, int32_t position, uint32_t noB
   for (std::size_t k = count; k-- > 0;) {
     const Pending &p = at(k);
     if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
-    if (BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+    if (BudgetExhausted()) return NewSentinelObject(kSentinelInvalidExpression, env);
     const std::string_view leftText = p.Whole().substr(0, static_cast<std::size_t>(p.position));
     const std::string_view rightText = p.Whole().substr(static_cast<std::size_t>(p.position) + 1);
     int32_t ro = 0;
@@ -883,7 +596,7 @@ Object *EvaluateBinary(std::string_view text, int32_t position, Environment *env
   return EvaluateBinaryFrom(text, position, 0, env, owned, facts);
 }
 
-void FillDispatchTable(BinaryHandler (*table)[kTagCount]) {
+void FillDispatchTable(BinaryHandler (*table)[kObjectTagCount]) {
   for (int i = 0; i < kTagCount; ++i)
     for (int j = 0; j < kTagCount; ++j) table[i][j] = HandleGeneric;
   table[kTagNumeric][kTagNumeric] = HandleNumeric;
@@ -901,8 +614,8 @@ void FillDispatchTable(BinaryHandler (*table)[kTagCount]) {
 Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned, Facts facts) {
   *owned = 1;
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
-  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
-  Spend(text.size());
+  if (StackExhausted() || BudgetExhausted()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  SpendBudget(text.size());
   // A text built at run time may hold string literals of its own.
   std::string protectedText;
   if (HasByte(text, '"')) {
@@ -1015,7 +728,7 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
 Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *owned) {
   *owned = 1;
   if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
-  if (StackExhausted() || BudgetExceeded()) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (StackExhausted() || BudgetExhausted()) return NewSentinelObject(kSentinelInvalidExpression, env);
   if (text.empty()) return NewNumericValueObject(0.0, 0.0, env);
   double value = 0.0;
   if (TestNumericString(text, &value)) return NewNumericValueObject(value, 0.0, env);

@@ -5,8 +5,7 @@
 // TerminateGlobals frees it. A host that evaluates before InitializeGlobals
 // gets a default record, built once on first use and never freed. Setters of
 // the record act on the host's record only.
-#include "engine/globals.h"
-#include "math/help.h"
+#include "common/globals.h"
 
 #include <atomic>
 #include <cstdio>
@@ -18,7 +17,9 @@
 #include "engine/evaluate.h"
 #include "engine/program.h"
 #include "libquorvex.h"
+#include "math/help.h"
 #include "objects/environment.h"
+#include "objects/evaluator.h"
 
 namespace qvx {
 namespace {
@@ -38,6 +39,13 @@ Object *ScalarEvalMethod(ArgumentList *, Environment *env, int32_t *owned) {
   return own ? r : CopyObject(r, scope, 1);
 }
 
+Object *OperandCall(std::string_view text, Environment *env, int32_t *owned) {
+  return EvaluateOperand(text, env, owned);
+}
+
+// The evaluator as the floors below the engine call it.
+constexpr EvaluatorCalls kEvaluatorCalls{EvaluateExpression, OperandCall, LookUpVariable};
+
 void FillGlobals(Globals *g) {
   std::memset(static_cast<void *>(g), 0, sizeof(Globals));
   g->platformCode = 666666;
@@ -46,6 +54,7 @@ void FillGlobals(Globals *g) {
   g->localPath = DupText("./");
   g->localOutPath = DupText("./");
   for (char *&t : g->instructions) t = DupText("");
+  g->evaluator = &kEvaluatorCalls;
   BuildDefaultSyntaxLists(&g->syntax);
   FillDispatchTable(g->dispatch);
   FillHelpLists(&g->predefinedFunctions, &g->environmentFunctions, &g->programmingCommands, nullptr,
@@ -129,16 +138,9 @@ QVX_API Environment *InitializeTopLevelEnvironment(const char *scopeText) noexce
     Environment *env = CreateEnvironment(nullptr, 0);
     if (!env) return nullptr;
     if (scopeText) env->scopeText = DupText(scopeText);
-    // The default functions; then the init script runs as after
-    // RestoreDefaultAssignments.
-    FillDefaultFunctions(env);
-    const Globals &g = G();
-    if (g.initScript && *g.initScript) {
-      const uint8_t saved = env->updateHistory;
-      env->updateHistory = 0;
-      FreeString(QuorvexScript(g.initScript, env, 0));
-      env->updateHistory = saved;
-    }
+    // The default functions and the init script, as after
+    // RestoreDefaultAssignments; the init script's literals then go.
+    ResetToDefaults(env, false);
     ClearLiterals(env, 1);
     return env;
   });

@@ -49,11 +49,6 @@ inline bool IsWordByte(unsigned char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c >= 128;
 }
 
-void WipeString(std::string &s) {
-  volatile char *p = s.data();
-  for (std::size_t i = 0; i < s.size(); ++i) p[i] = 0;
-  s.clear();
-}
 
 void RemoveWhiteSpace(std::string &t) {
   t.erase(std::remove_if(t.begin(), t.end(), [](char c) { return In(kWhiteSpace, c); }), t.end());

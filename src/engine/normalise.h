@@ -24,7 +24,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/scan.h"
+#include "text/scan.h"
 
 namespace qvx {
 

@@ -147,10 +147,6 @@ Environment *FrameScopeOf(Environment *env);
 // Records a name that the current function frame created, so the frame
 // removes it at exit.
 void NoteFrameName(Environment *scope, const std::string &key);
-// True once the evaluator's stack guard has refused work on this thread
-// since the last ClearStackTrip (evaluate.cpp).
-bool StackTripped();
-void ClearStackTrip();
 // Limits of recursion.
 inline constexpr int32_t kMaxCallDepth = 2000;
 
@@ -196,9 +192,11 @@ std::span<const NativeEntry> StringMethods();
 std::span<const NativeEntry> NodeMethods();
 std::span<const NativeEntry> MapMethods();
 std::span<const NativeEntry> ClassDefinitionMethods();
-// Resets a scope to its defaults and runs the init script. `keepLiterals`
+// Resets a scope to its defaults: a fresh seed, the default functions (at a
+// top level), empty object and class tables, then the init script. Serves a
+// new top level, RestoreDefaultAssignments and restore(). `keepLiterals`
 // keeps the literal objects of a script that is still running.
-void RestoreScope(Environment *env, bool keepLiterals);
+void ResetToDefaults(Environment *env, bool keepLiterals);
 
 // ---------------------------------------------------------------------------
 // Built-in commands (builtins.cpp).
@@ -209,8 +207,6 @@ Object *TypeCommand(ArgumentList *arguments, Environment *env, int32_t *owned);
 Object *IntrospectCommand(ArgumentList *arguments, Environment *env, int32_t *owned);
 Object *MutateCommand(ArgumentList *arguments, Environment *env, int32_t *owned);
 Object *RestoreCommand(ArgumentList *arguments, Environment *env, int32_t *owned);
-// The listing of a scope: CLASSES, OBJECTS, FUNCTIONS (print.cpp).
-std::string ListScope(Environment *env, int32_t sourceForm, int32_t showFunctions);
 // Frees the objects that `delete` parked while a script ran.
 void FlushDeletedObjects(Environment *env);
 // Moves an object out of its table into the parking area of the top level.

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "engine/normalise.h"
-#include "engine/scan.h"
+#include "text/scan.h"
 
 namespace qvx {
 namespace {

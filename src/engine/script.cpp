@@ -22,8 +22,8 @@
 #include "engine/evaluate.h"
 #include "engine/normalise.h"
 #include "engine/program.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 #include "persistence/rbst.h"
 
@@ -79,11 +79,6 @@ constexpr int32_t kMaxNesting = 5000;
 thread_local int32_t tScriptDepth = 0;
 
 
-void Wipe(std::string &s) {
-  volatile char *p = s.data();
-  for (std::size_t i = 0; i < s.size(); ++i) p[i] = 0;
-  s.clear();
-}
 
 Object *CellObject(void *cell) { return cell ? *static_cast<Object **>(cell) : nullptr; }
 
@@ -151,12 +146,13 @@ void SplitList(std::string_view text, std::vector<std::string_view> *out, int de
 
 std::string RunExpression(const std::string &text, Environment *env) {
   int32_t owned = 0;
-  Object *o = EvaluateExpression(text, env, &owned);
+  Object *result = EvaluateExpression(text, env, &owned);
+  const Held held(result, owned);
+  const Object *o = held.object;
   if (!o) return std::string(kSentinelInvalidExpression);
   Environment *top = TopLevelOf(env);
   std::string out = ObjectToText(o, 0, top ? top->significantDigits : 15);
   if (o->tag == kTagAlgebraic || o->tag == kTagSplit) RestoreLiterals(out, 15, env);
-  if (owned) FreeObject(o);
   return out;
 }
 
@@ -188,20 +184,19 @@ std::string RunList(const std::string &text, Environment *env) {
   std::string out;
   bool first = true;
   for (std::string_view s : statements) {
-    const std::string element(s);
-    char *answer = QuorvexScript(element.c_str(), env, 0);
-    const std::string_view a = answer ? answer : "";
-    if (first) out.append(a);
-    else if (!a.empty()) out.append("\n\n").append(a);
+    std::string answer = RunScriptText(s, env, 0);
+    if (first) out.append(answer);
+    else if (!answer.empty()) out.append("\n\n").append(answer);
     first = false;
-    FreeString(answer);
+    WipeString(answer);
   }
   return out;
 }
 
-std::string RunScript(const char *input, Environment *env, int32_t clearLiterals) {
+std::string RunScript(std::string_view input, Environment *env, int32_t clearLiterals) {
   Environment *top = TopLevelOf(env);
   std::string text(input);
+  const std::string inputText(input);
   const LiteralSink sink = MakeSink(top);
   NormaliseText(text, &sink);
   int32_t quotes = 0, placed = 0, assignment = 0, list = 0, expression = 0;
@@ -209,7 +204,7 @@ std::string RunScript(const char *input, Environment *env, int32_t clearLiterals
   std::string result;
   if (!runnable) {
     result = CancelRequested(env) ? kSentinelAborted : kSentinelInvalidExpression;
-    if (env->updateHistory) AppendToHistoryList(env->history, input, result.c_str());
+    if (env->updateHistory) AppendToHistoryList(env->history, inputText.c_str(), result.c_str());
   } else {
     const uint8_t remembered = env->updateHistory;
     HistoryList *saved = nullptr;
@@ -223,13 +218,13 @@ std::string RunScript(const char *input, Environment *env, int32_t clearLiterals
     else if (IsControlStatement(text)) result = RunControl(text, env);
     else result = RunExpression(text, env);
     if (remembered) {
-      AppendToHistoryList(saved, input, result.c_str());
+      AppendToHistoryList(saved, inputText.c_str(), result.c_str());
       FreeHistoryList(env->history);
       env->history = saved;
     }
     env->updateHistory = remembered;
   }
-  Wipe(text);
+  WipeString(text);
   RemoveReturnObject(env);
   if (env->deletedCount) PurgeDeletedObjects(env);
   if (clearLiterals) ClearLiterals(env, 1);
@@ -238,28 +233,13 @@ std::string RunScript(const char *input, Environment *env, int32_t clearLiterals
 
 }  // namespace
 
-bool ContainsErrorSentinel(std::string_view text) {
-  // Only the last ">" before a "<" can open a sentinel: any earlier one has
-  // that ">" between, which no plain symbol holds. So one pass suffices.
-  std::size_t open = std::string_view::npos;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '>') {
-      open = i;
-    } else if (text[i] == '<' && open != std::string_view::npos) {
-      if (IsPlainSymbol(text.substr(open + 1, i - open - 1))) return true;
-      open = std::string_view::npos;
-    }
-  }
-  return false;
-}
-
 void ProtectRuntimeStrings(std::string &text, Environment *env) {
   Environment *top = TopLevelOf(env);
   const LiteralSink sink = MakeSink(top);
   char *owned = DupText(text.data(), text.size());
   if (!owned) return;
   ProtectStrings(&owned, &sink);
-  Wipe(text);
+  WipeString(text);
   text.assign(owned);
   WipeAndFree(owned);
 }
@@ -303,7 +283,7 @@ void RestoreLiterals(std::string &text, int32_t digits, Environment *env) {
     }
     if (!matched) out.push_back(t[i++]);
   }
-  Wipe(text);
+  WipeString(text);
   text.swap(out);
 }
 
@@ -317,7 +297,7 @@ char *RestoreLiterals(char **text, int32_t digits, Environment *env) {
       *text = copy;
     }
   }
-  Wipe(t);
+  WipeString(t);
   return *text;
 }
 
@@ -337,12 +317,32 @@ void ClearLiterals(Environment *env, int32_t flag) {
       ForEachNode(top->temporaryNames.root, [&keys](RBSTNode *n) { keys.emplace_back(n->key); });
       for (std::string &k : keys) {
         RBSTDelete(&top->objectTable, top->objectTable.root, k.c_str());
-        Wipe(k);
+        WipeString(k);
       }
       reset(&top->temporaryNames);
     }
   }
   reset(&env->temporaryNames);
+}
+
+std::string RunScriptText(std::string_view script, Environment *env, int32_t clearLiterals) {
+  if (!env || env->isScalar) return std::string(kSentinelInvalidExpression);
+  const bool outermost = tScriptDepth == 0;
+  if (outermost) BeginEvaluationBudget(script.size());
+  ++tScriptDepth;
+  std::string result;
+  const bool ran = Guard(false, [&] {
+    result = RunScript(script, env, clearLiterals);
+    return true;
+  });
+  --tScriptDepth;
+  // What `delete` parked while the script ran is no longer referenced.
+  if (outermost) GuardVoid([env] { FlushDeletedObjects(env); });
+  if (!ran) {
+    WipeString(result);
+    result = std::string(kSentinelInvalidExpression);
+  }
+  return result;
 }
 
 }  // namespace qvx
@@ -352,21 +352,12 @@ using namespace qvx;
 extern "C" {
 
 QVX_API char *QuorvexScript(const char *script, Environment *env, int32_t clearLiterals) noexcept {
-  if (!env || env->isScalar) return DupText(kSentinelInvalidExpression.data(), kSentinelInvalidExpression.size());
-  const bool outermost = tScriptDepth == 0;
-  if (outermost) BeginEvaluationBudget(script ? std::strlen(script) : 0);
-  ++tScriptDepth;
-  char *out = Guard(static_cast<char *>(nullptr), [&]() -> char * {
-    std::string result = RunScript(script ? script : "", env, clearLiterals);
+  return Guard(static_cast<char *>(nullptr), [&]() -> char * {
+    std::string result = RunScriptText(script ? script : "", env, clearLiterals);
     char *text = DupText(result.data(), result.size());
-    Wipe(result);
+    WipeString(result);
     return text;
   });
-  --tScriptDepth;
-  // What `delete` parked while the script ran is no longer referenced.
-  if (outermost) GuardVoid([env] { FlushDeletedObjects(env); });
-  if (!out) out = DupText(kSentinelInvalidExpression.data(), kSentinelInvalidExpression.size());
-  return out;
 }
 
 }  // extern "C"

@@ -25,9 +25,15 @@
 #include <map>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "common/guards.h"
+#include "objects/evaluator.h"
+#include "objects/held.h"
+#include "objects/print.h"
+#include "text/classify.h"
+#include "text/operators.h"
+#include "text/sentinels.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 
 namespace qvx {
 namespace {
@@ -698,9 +704,9 @@ ComplexText ObjectToComplexText(std::string_view text, const Object *object, Env
 
 ComplexText EvaluateToComplexText(std::string_view text, Environment *env) {
   int32_t owned = 0;
-  Object *o = EvaluateOperand(text, env, &owned);
-  ComplexText z = ObjectToComplexText(text, o, env);
-  if (owned) FreeObject(o);
+  Object *result = Evaluator().operand(text, env, &owned);
+  const Held held(result, owned);
+  ComplexText z = ObjectToComplexText(text, held.object, env);
   return z;
 }
 

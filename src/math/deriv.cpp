@@ -20,10 +20,15 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/scan.h"
+#include "common/guards.h"
+#include "objects/evaluator.h"
+#include "objects/print.h"
+#include "text/classify.h"
+#include "text/operators.h"
+#include "text/sentinels.h"
+#include "text/scan.h"
 #include "libquorvex.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 
 namespace qvx {
 namespace {

@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "common/boundary.h"
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "libquorvex.h"
 #include "math/functions.h"
 #include "math/help.h"

@@ -4,7 +4,7 @@
 // read without locks afterwards and freed with FreeHelpList.
 #pragma once
 
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "math/functions.h"
 
 namespace qvx {

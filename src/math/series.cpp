@@ -26,11 +26,16 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/program.h"
-#include "engine/scan.h"
+#include "common/guards.h"
+#include "objects/evaluator.h"
+#include "objects/held.h"
+#include "objects/print.h"
+#include "text/classify.h"
+#include "text/operators.h"
+#include "text/sentinels.h"
+#include "text/scan.h"
 #include "math/deriv.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 #include "persistence/rbst.h"
 
 namespace qvx {
@@ -82,7 +87,7 @@ RBSTNode *FindNode(Environment *scope, const std::string &name) {
 
 bool IsBound(std::string_view name, Environment *env) {
   int32_t owned = 0;
-  Object *o = LookUpVariable(name, env, &owned);
+  Object *o = Evaluator().variable(name, env, &owned);
   if (!o) return false;
   if (!owned) return true;
   const bool unbound = o->tag == kTagAlgebraic && AlgebraicText(o) && name == AlgebraicText(o);
@@ -275,9 +280,9 @@ Complex Sampler::At(std::string_view text, double x) {
   // Like a loop pass, each sample gets the evaluation budget of one text.
   BeginEvaluationBudget(text.size());
   int32_t owned = 0;
-  Object *o = EvaluateOperand(text, env_, &owned);
-  const Complex z = ValueOf(text, o, env_);
-  if (owned) FreeObject(o);
+  Object *result = Evaluator().operand(text, env_, &owned);
+  const Held held(result, owned);
+  const Complex z = ValueOf(text, held.object, env_);
   return z;
 }
 
@@ -561,7 +566,9 @@ bool Resolve(Argument &a, Environment *env) {
   if (!a.pending) return !HasErrorSentinel(a.text);
   a.pending = false;
   int32_t owned = 0;
-  Object *o = EvaluateOperand(a.text, env, &owned);
+  Object *result = Evaluator().operand(a.text, env, &owned);
+  const Held held(result, owned);
+  const Object *o = held.object;
   if (o && o->tag == kTagNumeric) {
     a.numeric = true;
     a.value = {Numeric(o)->re, Numeric(o)->im};
@@ -575,7 +582,6 @@ bool Resolve(Argument &a, Environment *env) {
       a.text = JoinComplexText(z.re, z.im);
     }
   }
-  if (owned) FreeObject(o);
   return !HasErrorSentinel(a.text);
 }
 

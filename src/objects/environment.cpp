@@ -14,9 +14,7 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/globals.h"
-#include "engine/program.h"
+#include "common/globals.h"
 #include "persistence/rbst.h"
 
 namespace qvx {
@@ -491,24 +489,6 @@ QVX_API void AddEnvironment(Environment *target, Environment *source, int32_t wi
         AppendToHistoryList(target->history, i->input, i->output);
     RebindLinks(target);
   });
-}
-
-QVX_API char *RestoreDefaultAssignments(Environment *env, int32_t flags) noexcept {
-  if (!env || env->isScalar) return DupText("default assignments restored");
-  const uint8_t saved = env->updateHistory;
-  env->updateHistory = 0;
-  if (env->seed) *env->seed = InitialSeed();
-  ClearLiterals(env, 1);
-  ResetTable(&env->functionTable);
-  if (!env->ownerObject) FillDefaultFunctions(env);
-  ResetTable(&env->temporaryNames);
-  ResetTable(&env->objectTable);
-  ResetTable(&env->classTable);
-  env->deletedCount = 0;
-  const Globals &g = G();
-  if (g.initScript && *g.initScript) FreeString(QuorvexScript(g.initScript, env, 0));
-  env->updateHistory = saved;
-  return DupText("default assignments restored");
 }
 
 }  // extern "C"

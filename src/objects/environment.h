@@ -14,6 +14,7 @@
 
 #include "libquorvex.h"
 #include "objects/object.h"
+#include "persistence/history.h"
 
 // Ordered items of arrays, strings and nodes; one ClassRecord for an instance.
 struct ElementVector {
@@ -123,6 +124,12 @@ inline Environment *ParentOf(const Environment *env) {
 }
 Environment *TopLevelOf(Environment *env);
 
+// True while the host has set the cancel flag of the scope's tree. Read
+// relaxed: another thread may set it at any moment, and the next poll sees it.
+inline bool CancelRequested(const Environment *env) {
+  return env && env->cancelFlag && __atomic_load_n(env->cancelFlag, __ATOMIC_RELAXED) != 0;
+}
+
 void PurgeDeletedObjects(Environment *env);
 void StampFrameMarks(Environment *env, int32_t depth);
 int32_t EnvironmentSize(const Environment *env);
@@ -146,11 +153,5 @@ Object *FindObjectInScopes(const char *name, std::size_t length, Environment *en
 
 // The time-based first seed.
 int32_t InitialSeed();
-
-// History lists (history.cpp).
-HistoryList *NewHistoryList();
-void FreeHistoryList(HistoryList *list);
-HistoryList *CopyHistoryList(const HistoryList *list);
-void AppendToHistoryList(HistoryList *list, const char *input, const char *output);
 
 }  // namespace qvx

@@ -14,10 +14,10 @@
 #include <string>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/globals.h"
-#include "engine/scan.h"
-#include "math/textarith.h"
+#include "objects/print.h"
+#include "common/globals.h"
+#include "text/scan.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 
 #pragma weak CopyBitArrayFloat
@@ -27,6 +27,8 @@
 #pragma weak ReadBitArrayFloat
 
 namespace qvx {
+
+static_assert(kTagCount == kObjectTagCount, "the dispatch table is square in the object tags");
 namespace {
 
 // Wipes a text with zeros and frees it. explicit_bzero is not optimised
@@ -212,6 +214,10 @@ Object *NewAlgebraicObjectN(const char *text, std::size_t length, Environment *p
   SetTextSlots(o);
   AttachScalarEnvironment(o);
   return o;
+}
+
+Object *NewSentinelObject(std::string_view sentinel, Environment *parent) {
+  return NewAlgebraicObjectN(sentinel.data(), sentinel.size(), parent);
 }
 
 Object *NewAlgebraicObject(const char *text, Environment *parent) {

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "libquorvex.h"
 
@@ -114,6 +115,9 @@ void BignumToSplit(Object **slot, Environment *parent, int32_t freeOld);
 
 // False when a pointer is null or the index is out of range.
 bool SetArrayElement(Object *array, int32_t index, Object *element);
+
+// A sentinel text (">invalid_object<" and the like) as an algebraic object.
+Object *NewSentinelObject(std::string_view sentinel, Environment *parent);
 
 // Type name (new text), or the class name for tag 8 and unlisted tags.
 char *TypeName(const Object *object);

@@ -8,15 +8,15 @@
 #include <cstring>
 #include <string>
 
+#include "persistence/history.h"
+
 #include "common/boundary.h"
-#include "libquorvex.h"
-#include "objects/environment.h"
-#include "objects/object.h"
 
 namespace qvx {
 namespace {
 
 void FreeText(void *p) { WipeAndFree(static_cast<char *>(p)); }
+void *CopyText(void *p) { return DupText(static_cast<const char *>(p)); }
 
 HistoryItem *NewItem(const char *input, const char *output) {
   auto *i = static_cast<HistoryItem *>(std::calloc(1, sizeof(HistoryItem)));
@@ -67,7 +67,7 @@ HistoryList *NewHistoryList() {
   list->free = FreeText;
   list->read = nullptr;  // the string stream callbacks of the value trees
   list->write = nullptr;
-  list->copy = StrDup;
+  list->copy = CopyText;
   RebuildSentinels(list);
   return list;
 }
@@ -102,21 +102,9 @@ HistoryList *CopyHistoryList(const HistoryList *list) {
   return copy;
 }
 
-}  // namespace qvx
 
-using namespace qvx;
-
-extern "C" {
-
-QVX_API HistoryList *GetHistory(Environment *env) noexcept { return env ? env->history : nullptr; }
-
-QVX_API void AppendHistoryItem(Environment *env, const char *input, const char *output) noexcept {
-  if (env) AppendToHistoryList(env->history, input, output);
-}
-
-QVX_API void RemoveHistoryItem(Environment *env, int32_t position) noexcept {
-  if (!env || !env->history || env->history->count <= 2) return;
-  HistoryList *list = env->history;
+void RemoveHistoryListItem(HistoryList *list, int32_t position) {
+  if (!list || list->count <= 2) return;
   HistoryItem *i = ItemAt(list, position);
   if (!i) return;
   if (list->iterator == i) list->iterator = i->next;
@@ -126,41 +114,21 @@ QVX_API void RemoveHistoryItem(Environment *env, int32_t position) noexcept {
   --list->count;
 }
 
-QVX_API void SetLastHistoryItemOutput(Environment *env, const char *output) noexcept {
-  if (!env || !env->history || env->history->count <= 2 || !env->history->tail) return;
-  HistoryItem *last = env->history->tail->prev;
-  if (!last || last == env->history->head) return;
+void SetLastHistoryListOutput(HistoryList *list, const char *output) {
+  if (!list || list->count <= 2 || !list->tail) return;
+  HistoryItem *last = list->tail->prev;
+  if (!last || last == list->head) return;
   WipeAndFree(last->output);
   last->output = output ? DupText(output) : nullptr;
 }
 
-QVX_API void ClearEnvironmentHistory(Environment *env) noexcept {
-  if (!env) return;
-  if (!env->history) env->history = NewHistoryList();
-  else RebuildSentinels(env->history);
+void ClearHistoryList(HistoryList *list) {
+  if (list) RebuildSentinels(list);
 }
 
-QVX_API void ReinitializeHistory(Environment *env) noexcept {
-  ClearEnvironmentHistory(env);
-  if (env && env->history) env->history->iterator = env->history->head;
-}
-
-QVX_API void HistoryIteratorSeekEnd(Environment *env) noexcept {
-  if (env && env->history) env->history->iterator = env->history->tail;
-}
-
-QVX_API void ClearEnvironmentHistoryEntry(HistoryItem *item) noexcept {
-  if (!item) return;
-  WipeAndFree(item->input);
-  WipeAndFree(item->output);
-  item->input = nullptr;
-  item->output = nullptr;
-}
-
-QVX_API char *EnvironmentHistoryToString(Environment *env) noexcept {
+char *HistoryListToString(const HistoryList *list) {
   return Guard(static_cast<char *>(nullptr), [&]() -> char * {
     std::string out;
-    HistoryList *list = env ? env->history : nullptr;
     if (list && list->head) {
       for (HistoryItem *i = list->head->next; i && i != list->tail; i = i->next) {
         const bool last = i->next == list->tail;
@@ -176,14 +144,12 @@ QVX_API char *EnvironmentHistoryToString(Environment *env) noexcept {
       }
     }
     char *text = DupText(out.data(), out.size());
-    volatile char *p = out.data();
-    for (std::size_t k = 0; k < out.size(); ++k) p[k] = 0;
+    WipeString(out);
     return text;
   });
 }
 
-QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_t selector) noexcept {
-  HistoryList *list = env ? env->history : nullptr;
+char **HistoryListElements(HistoryList *list, int32_t selector) {
   const int32_t n = list && list->count > 2 ? list->count - 2 : 0;
   char **v = StringVectorNULL(n);
   if (!v) return nullptr;
@@ -201,4 +167,4 @@ QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_
   return v;
 }
 
-}  // extern "C"
+}  // namespace qvx

@@ -18,22 +18,44 @@ namespace qvx {
 
 inline bool IsSentinel(const RBSTNode *n) { return !n->left && !n->right; }
 
-// In-order walk of the real nodes of a tree, without recursion; f may not
-// change the tree.
+// In-order walk of the real nodes of a tree, without recursion, until
+// `visit` answers false; answers false when it stopped early. `visit` may not
+// change the tree. The path from the root is kept in a local array (a
+// balanced tree of 2^48 nodes fits); a deeper, damaged tree spills to the heap.
 template <class F>
-void ForEachNode(RBSTNode *root, F &&f) {
-  std::vector<RBSTNode *> stack;
+bool WalkInOrder(RBSTNode *root, F &&visit) {
+  constexpr std::size_t kLocal = 96;
+  RBSTNode *local[kLocal];
+  std::vector<RBSTNode *> spill;
+  std::size_t depth = 0;
   RBSTNode *n = root;
-  while (!stack.empty() || (n && !IsSentinel(n))) {
+  while (depth > 0 || (n && !IsSentinel(n))) {
     while (n && !IsSentinel(n)) {
-      stack.push_back(n);
+      if (depth < kLocal) local[depth] = n;
+      else spill.push_back(n);
+      ++depth;
       n = n->left;
     }
-    n = stack.back();
-    stack.pop_back();
-    f(n);
+    --depth;
+    if (depth < kLocal) {
+      n = local[depth];
+    } else {
+      n = spill.back();
+      spill.pop_back();
+    }
+    if (!visit(n)) return false;
     n = n->right;
   }
+  return true;
+}
+
+// The same walk over every node.
+template <class F>
+void ForEachNode(RBSTNode *root, F &&f) {
+  WalkInOrder(root, [&f](RBSTNode *n) {
+    f(n);
+    return true;
+  });
 }
 
 // A fresh sentinel under `parent` (which may be null), or null when memory

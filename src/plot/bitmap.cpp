@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "libquorvex.h"
 #include "persistence/memfile.h"
 #include "persistence/rbst.h"

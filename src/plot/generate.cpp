@@ -25,7 +25,7 @@
 #include "engine/evaluate.h"
 #include "engine/normalise.h"
 #include "engine/program.h"
-#include "engine/scan.h"
+#include "text/scan.h"
 #include "libquorvex.h"
 #include "math/algebra.h"
 #include "math/series.h"
@@ -132,7 +132,9 @@ bool EvaluateSample(std::string_view text, Environment *env, Complex *z) {
   *z = {kNaN, kNaN};
   BeginEvaluationBudget(text.size());
   int32_t owned = 0;
-  Object *o = EvaluateExpression(text, env, &owned);
+  Object *result = EvaluateExpression(text, env, &owned);
+  const Held held(result, owned);
+  const Object *o = held.object;
   if (!o) return true;
   bool scalar = true;
   if (o->tag == kTagNumeric && o->payload) {
@@ -148,7 +150,6 @@ bool EvaluateSample(std::string_view text, Environment *env, Complex *z) {
   } else {
     scalar = false;
   }
-  if (owned) FreeObject(o);
   return scalar;
 }
 

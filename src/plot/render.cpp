@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "common/boundary.h"
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "libquorvex.h"
 #include "plot/plot.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "engine/evaluate.h"
-#include "engine/scan.h"
+#include "text/scan.h"
 #include "libquorvex.h"
 #include "objects/environment.h"
 #include "objects/object.h"

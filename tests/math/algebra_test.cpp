@@ -7,7 +7,7 @@
 
 #include "libquorvex.h"
 #include "math/algebra.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 
 namespace qvx {

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "engine/scan.h"
+#include "text/scan.h"
 #include "libquorvex.h"
 #include "math/deriv.h"
 #include "../engine/session.h"
 #include "math/functions.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 
 namespace qvx {

@@ -11,7 +11,7 @@
 
 #include "libquorvex.h"
 #include "math/functions.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 #include "objects/environment.h"
 
 namespace qvx {

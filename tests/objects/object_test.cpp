@@ -9,7 +9,7 @@
 
 #include "common/boundary.h"
 #include "engine/evaluate.h"
-#include "engine/globals.h"
+#include "common/globals.h"
 #include "libquorvex.h"
 #include "objects/environment.h"
 #include "objects/object.h"

@@ -8,15 +8,17 @@
 // The builders know nothing of structure beyond signs and brackets: a*b+a*c
 // stays as written here; collecting and factoring is the simplifier's work
 // (algebra.cpp).
-#include "math/textarith.h"
+#include "text/textarith.h"
 
 #include <cctype>
 #include <cmath>
 #include <cstring>
 
 #include "common/boundary.h"
-#include "engine/evaluate.h"
-#include "engine/scan.h"
+#include "common/guards.h"
+#include "text/classify.h"
+#include "text/sentinels.h"
+#include "text/scan.h"
 #include "libquorvex.h"
 
 namespace qvx {

@@ -11,7 +11,7 @@
 // What a reader must know first: a bracket mismatch stops the two top-level
 // searches with result 0 and position -1, the same result as "found"; callers
 // test the position. See scan.h for the contract of each function.
-#include "engine/scan.h"
+#include "text/scan.h"
 
 #include <algorithm>
 #include <cmath>

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/scan.h"
+#include "text/scan.h"
 
 namespace qvx {
 namespace {

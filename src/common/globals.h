@@ -1,19 +1,27 @@
-// The one process-wide record of the engine.
+// The one process-wide record of the library.
 //
 // InitializeGlobals builds it once; every Environment reads it and nothing
 // writes it while scripts run, so any number of threads may evaluate in
 // separate scope trees. When a host evaluates without having called
 // InitializeGlobals, a default record built on first use serves instead.
+//
+// The record sits on the ground floor so that every floor can read it; the
+// engine, at the top, is the one that builds it. The object and scope records
+// are only named here, never looked into.
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
-#include "engine/scan.h"
+#include "common/syntax.h"
 #include "libquorvex.h"
-#include "objects/environment.h"
-#include "objects/object.h"
+
+struct Object;
 
 namespace qvx {
+
+// The number of object tags: the operator dispatch table is square in it.
+inline constexpr int32_t kObjectTagCount = 14;
 
 // The three texts of a binary operation, for handlers that must answer with
 // the text of the operation (a division by zero stays as its text).
@@ -27,6 +35,9 @@ struct OperationTexts {
 // (borrowed), the operator character and the scope; returns a new Object.
 using BinaryHandler = Object *(*)(Object *left, Object *right, char op, Environment *env,
                                   const OperationTexts *texts);
+
+// The evaluator as the floors below the engine reach it (objects/evaluator.h).
+struct EvaluatorCalls;
 
 // A list of help records: the three lists of the help texts.
 struct HelpList {
@@ -49,13 +60,13 @@ struct Globals {
   HelpList environmentFunctions;
   HelpList programmingCommands;
   Environment *scalarPrototype;  // holds eval(0), shared by all scalars
-  BinaryHandler dispatch[kTagCount][kTagCount];
+  BinaryHandler dispatch[kObjectTagCount][kObjectTagCount];
   SyntaxLists syntax;
+  const EvaluatorCalls *evaluator;  // never null in a filled record
 };
 
-// The record in use (the host's, or the default one).
+// The record in use (the host's, or the default one). Defined by the engine,
+// which alone knows how to build every table the record holds.
 const Globals &G();
-// Fills the dispatch table (evaluate.cpp).
-void FillDispatchTable(BinaryHandler (*table)[kTagCount]);
 
 }  // namespace qvx

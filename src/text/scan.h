@@ -27,38 +27,13 @@
 #include <string_view>
 #include <vector>
 
+#include "common/syntax.h"
+
 namespace qvx {
-
-// A short, fixed list of operator or bracket spellings, in the order in which
-// tests look at them. The two 256-bit maps let a test reject a position with
-// one bit test before comparing any entry.
-struct TextList {
-  static constexpr int kCapacity = 12;
-  std::array<std::string_view, kCapacity> entry{};
-  int32_t count = 0;
-  uint64_t firstChar[4] = {0, 0, 0, 0};  // bit c set: some entry begins with c
-  uint64_t lastChar[4] = {0, 0, 0, 0};   // bit c set: some entry ends with c
-
-  bool MayBeginWith(unsigned char c) const { return (firstChar[c >> 6] >> (c & 63)) & 1u; }
-  bool MayEndWith(unsigned char c) const { return (lastChar[c >> 6] >> (c & 63)) & 1u; }
-};
 
 // Builds a TextList from string literals (entries must outlive the list; the
 // default lists use literals, so they live for the whole process).
 TextList MakeTextList(std::initializer_list<std::string_view> entries);
-
-// The eight lists of operators and brackets that all scanning reads. They
-// never change once built, so any number of threads may read them.
-struct SyntaxLists {
-  TextList multiplicative;  // * / ^ , .. .
-  TextList postfix;         // ' !
-  TextList reference;       // # @
-  TextList opening;         // ( : [
-  TextList closing;         // ) ; ]
-  TextList additive;        // + -
-  TextList comparison;      // == ~= <= >= < > & | ,
-  TextList negation;        // ~
-};
 
 // Fills a SyntaxLists record with the language's lists.
 void BuildDefaultSyntaxLists(SyntaxLists *lists);
