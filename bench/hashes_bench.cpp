@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "libquorvex.h"
-#include "numerics/hashes.h"
+#include "numerics/text/hashes.h"
 
 namespace {
 

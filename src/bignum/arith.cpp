@@ -16,6 +16,7 @@
 
 #include "bignum/natural.h"
 #include "common/boundary.h"
+#include "common/modular.h"
 
 using qvx::bn::Nat;
 namespace bn = qvx::bn;
@@ -381,12 +382,7 @@ QVX_API uint64_t PowMod(uint64_t base, uint64_t exponent, uint64_t modulus) noex
   if (base == 0) return 0;
   if (modulus == 0) return 0;
   base %= modulus;
-  uint64_t r = base;
-  for (int i = 62 - __builtin_clzll(exponent); i >= 0; --i) {
-    r = (r * r) % modulus;
-    if ((exponent >> i) & 1) r = (r * base) % modulus;
-  }
-  return r;
+  return qvx::SquareAndMultiply(base, exponent, [modulus](uint64_t x, uint64_t y) { return (x * y) % modulus; });
 }
 
 QVX_API BitArray *MultiplyBitArrayBy10(BitArray *a, unsigned char *carry_out, unsigned char *abort) noexcept {

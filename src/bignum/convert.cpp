@@ -266,10 +266,9 @@ QVX_API char *PrintBitArrayFloat(BitArrayFloat *a) noexcept {
   char *i = PrintBitArray(a->integer);
   char *f = PrintBitArray(a->fraction);
   char *r = nullptr;
-  if (i && f) {
-    std::string s = std::string(a->sign < 0 ? "-" : "") + i + "." + f;
-    r = Own(s);
-  }
+  if (i && f)
+    r = qvx::Guard(static_cast<char *>(nullptr),
+                   [&] { return Own(std::string(a->sign < 0 ? "-" : "") + i + "." + f); });
   std::free(i);
   std::free(f);
   return r;

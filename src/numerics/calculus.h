@@ -1,102 +1,13 @@
-// Private helpers shared by the calculus files of the toolkit (integration,
-// ODE, differentiation, root finding).
-//
-// Containers are read defensively: a length cell that is NaN, negative or
-// absurd reads as 0, and a 1D or 1DC data set is as long as the shorter of
-// its two columns, so a malformed container shortens a loop but never sends
-// it outside its blocks.
+// The calculus helpers now live in numerics/calculus/calculus.h; this path
+// stays for the grid samplers, which still include it and call the Smith
+// quotient under its former name. New code includes the family header and
+// calls DivSmith.
 #pragma once
 
-#include <cmath>
-#include <cstdint>
-
-#include "libquorvex.h"
+#include "numerics/calculus/calculus.h"
 
 namespace qvx::calculus {
 
-inline int32_t CountFrom(double x) {
-  if (!(x > 0.0)) return 0;  // also NaN
-  if (x >= 2147483646.0) return 2147483646;
-  return static_cast<int32_t>(x);
-}
-
-inline int32_t Len(const double *v) { return v ? CountFrom(v[0]) : 0; }
-inline int32_t Len(const Complex *v) { return v ? CountFrom(v[0].re) : 0; }
-inline int32_t Len(const int32_t *v) { return v && v[0] > 0 ? v[0] : 0; }
-
-inline int32_t Cols(double *const *m) { return m && m[0] ? CountFrom(m[0][0]) : 0; }
-inline int32_t Cols(Complex *const *m) { return m && m[0] ? CountFrom(m[0][0].re) : 0; }
-
-// Number of points of a 1D / 1DC data set: 0 unless both columns exist.
-inline int32_t Points(double *const *set) {
-  if (Cols(set) < 2 || !set[1] || !set[2]) return 0;
-  const int32_t a = Len(set[1]), b = Len(set[2]);
-  return a < b ? a : b;
-}
-inline int32_t Points(Complex *const *set) {
-  if (Cols(set) < 2 || !set[1] || !set[2]) return 0;
-  const int32_t a = Len(set[1]), b = Len(set[2]);
-  return a < b ? a : b;
-}
-
-// Rows of a matrix: the shortest column, so that every m[j][1..rows] exists.
-inline int32_t Rows(double *const *m) {
-  const int32_t c = Cols(m);
-  if (c == 0) return 0;
-  int32_t r = 2147483646;
-  for (int32_t j = 1; j <= c; ++j) {
-    const int32_t n = m[j] ? Len(m[j]) : 0;
-    if (n < r) r = n;
-  }
-  return r;
-}
-
-inline Complex Cx(double re, double im) { return Complex{re, im}; }
-inline Complex Add(Complex a, Complex b) { return Complex{a.re + b.re, a.im + b.im}; }
-inline Complex Sub(Complex a, Complex b) { return Complex{a.re - b.re, a.im - b.im}; }
-inline Complex Scale(Complex a, double s) { return Complex{a.re * s, a.im * s}; }
-inline Complex Mul(Complex a, Complex b) {
-  return Complex{a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
-inline Complex Div(Complex a, Complex b) {
-  // Smith's algorithm: avoids overflow of |b|^2.
-  if (std::fabs(b.re) >= std::fabs(b.im)) {
-    if (b.re == 0.0) return Complex{a.re / b.re, a.im / b.re};
-    const double r = b.im / b.re, d = b.re + b.im * r;
-    return Complex{(a.re + a.im * r) / d, (a.im - a.re * r) / d};
-  }
-  const double r = b.re / b.im, d = b.im + b.re * r;
-  return Complex{(a.re * r + a.im) / d, (a.im * r - a.re) / d};
-}
-inline double Abs(Complex a) { return std::hypot(a.re, a.im); }
-
-// Index in 1..n of the last element at or below x in an ascending sequence
-// read through get(i); 0 when x lies below the first element, is NaN, or
-// the sequence is empty.
-template <class Get>
-int32_t LastAtOrBelow(int32_t n, double x, Get get) {
-  if (n <= 0 || std::isnan(x) || get(1) > x) return 0;
-  int32_t lo = 1, hi = n;  // invariant: get(lo) <= x
-  while (lo < hi) {
-    const int32_t mid = lo + (hi - lo + 1) / 2;
-    if (get(mid) <= x)
-      lo = mid;
-    else
-      hi = mid - 1;
-  }
-  return lo;
-}
-
-// Second derivatives of the natural cubic spline through (x[i], y[i]),
-// i = 0..n-1, into d2 (zero at both ends); scratch holds n doubles.
-// Abscissas must increase strictly; equal neighbours give a zero slope.
-void NaturalSplineSecondDerivatives(const double *x, const double *y, int32_t n, double *d2,
-                                    double *scratch);
-// Value at t of that spline on the interval [x[k], x[k+1]].
-double SplineValue(const double *x, const double *y, const double *d2, int32_t k, double t);
-
-// Nodes (ascending) and weights of the n-point Gauss-Legendre rule on
-// [-1, 1], into x[0..n-1] and w[0..n-1].
-void LegendreRule(int32_t n, double *x, double *w);
+inline Complex Div(Complex a, Complex b) { return DivSmith(a, b); }
 
 }  // namespace qvx::calculus

@@ -21,7 +21,7 @@
 
 #include "common/boundary.h"
 #include "libquorvex.h"
-#include "numerics/linalg_internal.h"
+#include "numerics/linalg/linalg.h"
 #include "persistence/memfile.h"
 
 namespace qvx {
