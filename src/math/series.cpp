@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "common/boundary.h"
+#include "common/complex.h"
 #include "common/guards.h"
 #include "objects/evaluator.h"
 #include "objects/held.h"
@@ -56,7 +57,6 @@ bool Finite(Complex z) { return std::isfinite(z.re) && std::isfinite(z.im); }
 bool NearlyZero(double v) { return !std::isnan(v) && IsNearlyEqual(v, 0.0); }
 Complex Add(Complex a, Complex b) { return {a.re + b.re, a.im + b.im}; }
 Complex Scale(Complex a, double s) { return {a.re * s, a.im * s}; }
-Complex Mul(Complex a, Complex b) { return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re}; }
 
 bool IsIdentifierByte(unsigned char c) { return std::isalnum(c) || c == '_' || c >= 0x80 || c == 1; }
 
@@ -670,7 +670,7 @@ Outcome SeriesCore(std::vector<Argument> &args, Environment *env, bool product) 
     if (f.Cancelled()) break;
     const Complex z = f.At(first + k);
     if (product) {
-      total = Mul(total, z);
+      total = MulFour(total, z);
       if (std::isnan(total.re) || std::isnan(total.im)) break;  // nothing can recover it
       continue;
     }

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "common/boundary.h"
+#include "common/complex.h"
 #include "libquorvex.h"
 #include "numerics/linalg/linalg.h"
 #include "persistence/memfile.h"
@@ -127,8 +128,6 @@ void Walk(const Tensor *t, const std::function<void(Complex *)> &visit) {
   }
   for (int32_t i = 0; i < t->length; ++i) Walk(static_cast<Tensor *>(t->items[i]), visit);
 }
-
-Complex Mul(Complex a, Complex b) { return MulC(a, b); }
 
 // The shape of b raised to rank r by levels of length 1, outside or inside.
 Shape Raised(const Shape &s, size_t rank, bool inner) {
@@ -255,7 +254,7 @@ Tensor *Direct(const Tensor *a, const Tensor *b, bool product) {
       for (size_t y = 0; y < nb; ++y, next(ib, sb)) {
         std::vector<int32_t> idx(rank);
         for (size_t k = 0; k < rank; ++k) idx[k] = ia[k] * sb[k] + ib[k];
-        values[position(idx)] = Mul(fa.values[x], fb.values[y]);
+        values[position(idx)] = MulThree(fa.values[x], fb.values[y]);
       }
     }
   } else {
@@ -285,7 +284,7 @@ Tensor *ElementWise(const Tensor *a, const Tensor *b, bool subtract) {
 Tensor *Scaled(const Tensor *t, Complex s) {
   Flat f;
   if (!Load(t, f)) return nullptr;
-  for (Complex &z : f.values) z = Mul(z, s);
+  for (Complex &z : f.values) z = MulThree(z, s);
   return TensorBuild(f.shape, f.values.data());
 }
 
@@ -309,7 +308,7 @@ Tensor *Contract(const Tensor *a, const Tensor *b) {
       Complex x = fa.values[i * static_cast<size_t>(k) + static_cast<size_t>(t)];
       const Complex *row = &fb.values[static_cast<size_t>(t) * right];
       Complex *dst = &values[i * right];
-      for (size_t j = 0; j < right; ++j) dst[j] = AddC(dst[j], Mul(x, row[j]));
+      for (size_t j = 0; j < right; ++j) dst[j] = AddC(dst[j], MulThree(x, row[j]));
     }
   return TensorBuild(out, values.data());
 }

@@ -20,9 +20,10 @@
 #include <vector>
 
 #include "common/boundary.h"
+#include "common/complex.h"
 #include "libquorvex.h"
-#include "numerics/calculus.h"
-#include "numerics/interpolation_internal.h"
+#include "numerics/calculus/calculus.h"
+#include "numerics/interpolation/interpolation_internal.h"
 #include "objects/environment.h"
 #include "plot/plot.h"
 
@@ -30,11 +31,11 @@ namespace {
 
 using namespace qvx::interp;
 using qvx::Guard;
+using qvx::MulFour;
 
 Complex Cx(double re, double im) { return Complex{re, im}; }
 Complex Add(Complex a, Complex b) { return Complex{a.re + b.re, a.im + b.im}; }
 Complex Scale(Complex a, double s) { return Complex{a.re * s, a.im * s}; }
-Complex Mul(Complex a, Complex b) { return Complex{a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re}; }
 
 constexpr int32_t kMaxSystem = 2000;         // largest Nystrom system
 constexpr int64_t kMaxTrigWork = int64_t{1} << 27;  // (m + n) * m of DiscretizeDFT
@@ -167,9 +168,9 @@ bool SolveDense(std::vector<T> &a, std::vector<T> &b, int32_t n, AbsF abs, T (*d
 double RDiv(double a, double b) { return a / b; }
 double RSub(double a, double b) { return a - b; }
 double RMul(double a, double b) { return a * b; }
-Complex CDiv(Complex a, Complex b) { return qvx::calculus::Div(a, b); }
+Complex CDiv(Complex a, Complex b) { return qvx::DivSmith(a, b); }
 Complex CSub(Complex a, Complex b) { return Complex{a.re - b.re, a.im - b.im}; }
-Complex CMul(Complex a, Complex b) { return Mul(a, b); }
+Complex CMul(Complex a, Complex b) { return MulFour(a, b); }
 
 // Gauss-Legendre nodes and weights on [a, b].
 void GaussRule(double a, double b, int32_t n, std::vector<double> *t, std::vector<double> *w) {
@@ -755,7 +756,7 @@ QVX_API Complex *DiscretizeDFT(const Complex *v, int32_t n) noexcept {
       Complex s{0.0, 0.0};
       for (int32_t k = 0; k < m; ++k) {
         const int32_t idx = static_cast<int32_t>(((-freq * k) % m + m) % m);
-        s = Add(s, Mul(v[k + 1], Cx(cm[idx], sm[idx])));
+        s = Add(s, MulFour(v[k + 1], Cx(cm[idx], sm[idx])));
       }
       coef[j] = Scale(s, 1.0 / m);
     }
@@ -774,7 +775,7 @@ QVX_API Complex *DiscretizeDFT(const Complex *v, int32_t n) noexcept {
         // Reduce freq * q modulo n before the angle to keep it exact.
         const int64_t r = ((freq * q) % n + n) % n;
         const double angle = 2.0 * kPi * static_cast<double>(r) / n;
-        s = Add(s, Mul(coef[j], Cx(std::cos(angle), std::sin(angle))));
+        s = Add(s, MulFour(coef[j], Cx(std::cos(angle), std::sin(angle))));
       }
       out[q + 1] = s;
     }
@@ -860,7 +861,7 @@ QVX_API Complex **Fredholm21DC(ComplexFn2 kernel, ComplexFnP g, void *params, Co
     std::vector<Complex> m(static_cast<size_t>(n) * n), rhs(static_cast<size_t>(n));
     for (int32_t i = 0; i < n; ++i) {
       for (int32_t j = 0; j < n; ++j) {
-        const Complex k = Scale(Mul(lambda, kernel(t[i], t[j], params)), -w[j]);
+        const Complex k = Scale(MulFour(lambda, kernel(t[i], t[j], params)), -w[j]);
         m[static_cast<size_t>(i) * n + j] = i == j ? Add(k, Cx(1.0, 0.0)) : k;
       }
       rhs[i] = g(t[i], params);
@@ -899,8 +900,8 @@ QVX_API Complex FredholmInterpolation1C(Complex **solution, ComplexFn2 kernel, C
   if (!kernel || !g || n == 0) return Cx(kNaN, kNaN);
   Complex s{0.0, 0.0};
   for (int32_t j = 1; j <= n; ++j)
-    s = Add(s, Scale(Mul(kernel(x, solution[1][j].re, params), solution[3][j]), solution[2][j].re));
-  return Add(g(x, params), Mul(lambda, s));
+    s = Add(s, Scale(MulFour(kernel(x, solution[1][j].re, params), solution[3][j]), solution[2][j].re));
+  return Add(g(x, params), MulFour(lambda, s));
 }
 
 // ---- expression texts -------------------------------------------------------------------------
