@@ -296,11 +296,11 @@ bool StoreMember(Object *holder, std::string_view name, Object *value, int32_t o
 // The array element branch: index into the ElementVector, 0-based.
 uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::string_view right, Environment *env) {
   int32_t own = 0;
-  Object *ix = EvaluateExpression(indexText, env, &own);
+  Object *index = EvaluateExpression(indexText, env, &own);
+  const Held ix(index, own);
   double d = 0;
-  const bool numeric = ix && ix->tag == kTagNumeric && Numeric(ix)->im == 0.0;
-  if (numeric) d = Numeric(ix)->re;
-  if (own) FreeObject(ix);
+  const bool numeric = index && index->tag == kTagNumeric && Numeric(index)->im == 0.0;
+  if (numeric) d = Numeric(index)->re;
   ElementVector *v = array->environment ? array->environment->elements : nullptr;
   if (!numeric || !v || d < 0 || d >= v->count) return numeric ? 1 : 0;
   Object *value = nullptr;
@@ -504,6 +504,7 @@ uint8_t AssignStatement(std::string_view left, std::string_view right, Environme
     // A node reference: the target's "value" member takes the right side.
     int32_t towned = 0;
     Object *target = EvaluateExpression(left.substr(1), env, &towned);
+    const Held heldTarget(target, towned);
     uint8_t status = 0;
     if (target && !towned && target->tag == kTagNode) {
       RBSTNode *n = MemberNode(target, "value");
@@ -515,7 +516,6 @@ uint8_t AssignStatement(std::string_view left, std::string_view right, Environme
         if (EvaluateRight(right, env, &value, &owned)) status = StoreMember(target, "value", value, owned) ? 1 : 0;
       }
     }
-    if (towned) FreeObject(target);
     return status;
   }
   if (TestCallForm(left)) {
@@ -525,7 +525,7 @@ uint8_t AssignStatement(std::string_view left, std::string_view right, Environme
     int32_t owned = 0;
     Object *m = LookUpVariable(left.substr(0, open), env, &owned);
     const bool isMatrix = m && !owned && m->tag == kTagMatrix;
-    if (owned) FreeObject(m);
+    const Held held(m, owned);
     if (isMatrix) return AssignMember(left, right, env);
     return DefineFunction(left, right, env) ? 1 : 0;
   }
@@ -613,9 +613,9 @@ std::vector<int32_t> ParseIndexList(std::string_view text, Environment *env) {
     for (std::string_view p : pieces) {
       int32_t owned = 0;
       Object *o = EvaluateExpression(p, env, &owned);
+      const Held held(o, owned);
       const bool ok = o && o->tag == kTagNumeric && Numeric(o)->im == 0.0 && std::abs(Numeric(o)->re) < 2147483647.0;
       const double v = ok ? Numeric(o)->re : 0;
-      if (owned) FreeObject(o);
       if (!ok) return {};
       out.push_back(static_cast<int32_t>(v));
     }
@@ -668,7 +668,7 @@ bool MutateObject(Object *o) {
       if (ParseCall(call, 0, 1, &ct, scope)) {
         int32_t owned = 0;
         Object *r = RunCall(&ct, 0, scope, &owned, o);
-        if (owned) FreeObject(r);
+        const Held discarded(r, owned);
       }
     }
     std::vector<std::string> dead;
@@ -703,7 +703,7 @@ uint8_t AssignMember(std::string_view left, std::string_view right, Environment 
     int32_t owned = 0;
     Object *m = LookUpVariable(left.substr(0, open), env, &owned);
     const bool isMatrix = m && !owned && m->tag == kTagMatrix;
-    if (owned) FreeObject(m);
+    const Held held(m, owned);
     if (!isMatrix || ParseIndexList(left.substr(open), env).empty()) return 0;
     return 0;
   }

@@ -162,6 +162,7 @@ bool IsControlStatement(std::string_view text) {
 bool ConditionHolds(std::string_view condition, Environment *env) {
   int32_t owned = 0;
   Object *o = EvaluateExpression(condition, env, &owned);
+  const Held held(o, owned);
   bool holds = false;
   if (o) {
     switch (o->tag) {
@@ -184,7 +185,6 @@ bool ConditionHolds(std::string_view condition, Environment *env) {
         break;
     }
   }
-  if (owned) FreeObject(o);
   return holds;
 }
 
@@ -286,9 +286,8 @@ uint8_t ExecuteStatement(std::string_view text, Environment *env) {
   if (TestBlockForm(text)) {
     int32_t owned = 0;
     Object *v = RunBlock(text, env, &owned);
-    const uint8_t status = StatusOfValue(v);
-    if (owned) FreeObject(v);
-    return status;
+    const Held held(v, owned);
+    return StatusOfValue(v);
   }
   if (text.empty()) return 1;
   // One pass tells which separators stand at depth 0; an unbalanced text
@@ -329,8 +328,8 @@ uint8_t ExecuteStatement(std::string_view text, Environment *env) {
       int32_t eq = -1;
       const bool equals = (facts.present & kFactAssign) && FindTopLevelEquals(text, comma ? 1 : 0, &eq) == 1;
       Object *v = (comma || equals) ? RunBlock(text, env, &owned) : EvaluateOperand(text, env, &owned);
+      const Held held(v, owned);
       status = StatusOfValue(v);
-      if (owned) FreeObject(v);
     } else {
       const std::string_view head = pieces[0];
       const std::span<const std::string_view> rest(pieces.data() + 1, pieces.size() - 1);

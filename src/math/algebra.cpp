@@ -56,14 +56,6 @@ std::string Bracket(std::string_view t) {
   return out;
 }
 
-// Position of a depth-0 operator character: the rightmost, or the leftmost
-// with `first`; -1 when there is none.
-int32_t FindOperator(std::string_view text, std::string_view op, bool first) {
-  int32_t pos = -1;
-  const int32_t r = first ? FindFirstTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos)
-                          : FindLastTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos);
-  return r == 0 ? pos : -1;
-}
 
 bool HasDepth0Comma(std::string_view text) { return FindOperator(text, ",", true) >= 0; }
 

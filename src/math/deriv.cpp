@@ -77,13 +77,6 @@ std::string Call(std::string_view name, std::string_view argument) {
   return out;
 }
 
-int32_t FindOperator(std::string_view text, std::string_view op, bool first) {
-  int32_t pos = -1;
-  const int32_t r = first ? FindFirstTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos)
-                          : FindLastTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos);
-  return r == 0 ? pos : -1;
-}
-
 bool IsIdentifierByte(char c) {
   const auto u = static_cast<unsigned char>(c);
   return std::isalnum(u) || c == '_' || u >= 0x80 || u == 1;

@@ -151,6 +151,13 @@ int32_t FindArithmeticOperatorTracked(std::string_view text, char *op, const Fac
   return -1;
 }
 
+int32_t FindOperator(std::string_view text, std::string_view op, bool first) {
+  int32_t pos = -1;
+  const int32_t r = first ? FindFirstTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos)
+                          : FindLastTopLevel(text, kOpenParenBlockSquare, kCloseParenBlockSquare, op, &pos);
+  return r == 0 ? pos : -1;
+}
+
 int32_t FindArithmeticOperator(std::string_view text, char *op, Facts facts) {
   uint32_t noBinary = 0;
   return FindArithmeticOperatorTracked(text, op, facts, &noBinary);

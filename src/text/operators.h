@@ -56,6 +56,11 @@ int32_t FindLogicalOperator(std::string_view text, int32_t *length, Facts facts 
 // operator character in *op), or -1.
 int32_t FindArithmeticOperator(std::string_view text, char *op, Facts facts = {});
 
+// Position of a depth-0 operator spelling: the rightmost, or the leftmost
+// with `first`; -1 when there is none or the brackets do not match. The
+// symbolic rewriters split at it.
+int32_t FindOperator(std::string_view text, std::string_view op, bool first);
+
 // As FindArithmeticOperator, recording in *noBinary the operators found to
 // have no binary occurrence (valid for every depth-0 prefix of the text), so
 // that the search of the left half of a split skips them.
