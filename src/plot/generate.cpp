@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "common/boundary.h"
+#include "common/owned.h"
 #include "engine/evaluate.h"
 #include "engine/normalise.h"
 #include "engine/program.h"
@@ -232,9 +233,16 @@ std::string FreeName(std::string_view base, std::string_view text, Environment *
   return name;
 }
 
+// Owners of the containers a plot makes on its way to a picture.
+using OwnedMatrix = Owned<double *, FreeMatrix>;
+using OwnedVector = Owned<double[], FreeVector>;
+using OwnedPicture = Owned<uint32_t *, FreeMatrixUInt32>;
+
 // ---- pictures ------------------------------------------------------------------------
 
+// Takes both pictures.
 PlotBitmapPair *EncodePair(uint32_t **first, uint32_t **second) {
+  const OwnedPicture ownedFirst(first), ownedSecond(second);
   PlotBitmapPair *pair = nullptr;
   if (first && second) {
     pair = static_cast<PlotBitmapPair *>(std::malloc(sizeof(PlotBitmapPair)));
@@ -249,8 +257,6 @@ PlotBitmapPair *EncodePair(uint32_t **first, uint32_t **second) {
       }
     }
   }
-  FreeMatrixUInt32(first);
-  FreeMatrixUInt32(second);
   return pair;
 }
 
@@ -421,8 +427,9 @@ PlotBitmapPair *SurfacePlot(const char *text, double x1, double x2, double y1, d
   if (!SurfaceVariables(e.text, scratch.get(), complexPlane ? 1 : 2, &names)) return nullptr;
   Binding bx(scratch.get(), names[0]);
   std::unique_ptr<Binding> by(complexPlane ? nullptr : new Binding(scratch.get(), names[1]));
-  double **re = Matrix0(nx, ny);
-  double **im = Matrix0(nx, ny);
+  const OwnedMatrix ownedRe(Matrix0(nx, ny)), ownedIm(Matrix0(nx, ny));
+  double **re = ownedRe.get();
+  double **im = ownedIm.get();
   const bool sized = re && im && static_cast<int32_t>(re[0][0]) == nx && static_cast<int32_t>(re[1][0]) == ny &&
                      static_cast<int32_t>(im[0][0]) == nx && static_cast<int32_t>(im[1][0]) == ny;
   const unsigned char *cancel = env ? env->cancelFlag : nullptr;
@@ -450,8 +457,6 @@ PlotBitmapPair *SurfacePlot(const char *text, double x1, double x2, double y1, d
     if (second) DrawTitle(second, "imaginary part of " + e.title, font);
     pair = EncodePair(first, second);
   }
-  FreeMatrix(re);
-  FreeMatrix(im);
   return pair;
 }
 
@@ -659,26 +664,19 @@ QVX_API unsigned char *GenerateParametricPlotBitmap(const char *text, double t1,
     PlotVariable variable;
     if (!PrepareVariable(parts[0] + "," + parts[1], scratch.get(), &variable)) return nullptr;
     const unsigned char *cancel = env ? env->cancelFlag : nullptr;
-    double **sx = SampleForPlot(n, scratch.get(), parts[0], t1, t2, variable.name, cancel);
-    double **sy = sx ? SampleForPlot(n, scratch.get(), parts[1], t1, t2, variable.name, cancel) : nullptr;
-    unsigned char *bitmap = nullptr;
-    double *xs = Vector(n), *ys = Vector(n);
-    if (sx && sy && xs && ys && static_cast<int32_t>(xs[0]) == n && static_cast<int32_t>(ys[0]) == n) {
-      for (int32_t k = 1; k <= n; ++k) {
-        xs[k] = sx[k][kRowRe];
-        ys[k] = sy[k][kRowRe];
-      }
-      if (uint32_t **m = RenderParametric(xs, ys, width, height, kRealColour, font)) {
-        DrawTitle(m, TitleOf(parts[0] + "," + parts[1], scratch.get(), env), font);
-        bitmap = EncodeBitmap(m);
-        FreeMatrixUInt32(m);
-      }
+    const OwnedMatrix sx(SampleForPlot(n, scratch.get(), parts[0], t1, t2, variable.name, cancel));
+    const OwnedMatrix sy(sx ? SampleForPlot(n, scratch.get(), parts[1], t1, t2, variable.name, cancel) : nullptr);
+    const OwnedVector xs(Vector(n)), ys(Vector(n));
+    if (!sx || !sy || !xs || !ys || static_cast<int32_t>(xs[0]) != n || static_cast<int32_t>(ys[0]) != n)
+      return nullptr;
+    for (int32_t k = 1; k <= n; ++k) {
+      xs[k] = sx.get()[k][kRowRe];
+      ys[k] = sy.get()[k][kRowRe];
     }
-    FreeVector(xs);
-    FreeVector(ys);
-    FreeMatrix(sx);
-    FreeMatrix(sy);
-    return bitmap;
+    const OwnedPicture m(RenderParametric(xs.get(), ys.get(), width, height, kRealColour, font));
+    if (!m) return nullptr;
+    DrawTitle(m.get(), TitleOf(parts[0] + "," + parts[1], scratch.get(), env), font);
+    return EncodeBitmap(m.get());
   });
 }
 
