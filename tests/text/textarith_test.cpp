@@ -14,7 +14,7 @@
 #include "engine/session.h"
 #include "libquorvex.h"
 #include "math/algebra.h"
-#include "math/textarith.h"
+#include "text/textarith.h"
 
 namespace qvx {
 namespace {
