@@ -178,13 +178,23 @@ std::string RunAssignment(const std::string &text, Environment *env) {
   return out;
 }
 
+std::string RunScript(std::string_view input, Environment *env, int32_t clearLiterals, bool normalised);
+
+// The statements of a list run one after the other, each as a script of its
+// own, and their answers are joined. A statement is a piece of a text that is
+// normalised already, so it is screened but not normalised again.
 std::string RunList(const std::string &text, Environment *env) {
   std::vector<std::string_view> statements;
   SplitList(text, &statements, 0);
   std::string out;
   bool first = true;
   for (std::string_view s : statements) {
-    std::string answer = RunScriptText(s, env, 0);
+    std::string answer;
+    if (!Guard(false, [&] {
+          answer = RunScript(s, env, 0, true);
+          return true;
+        }))
+      answer = std::string(kSentinelInvalidExpression);
     if (first) out.append(answer);
     else if (!answer.empty()) out.append("\n\n").append(answer);
     first = false;
@@ -193,12 +203,13 @@ std::string RunList(const std::string &text, Environment *env) {
   return out;
 }
 
-std::string RunScript(std::string_view input, Environment *env, int32_t clearLiterals) {
-  Environment *top = TopLevelOf(env);
+std::string RunScript(std::string_view input, Environment *env, int32_t clearLiterals, bool normalised) {
   std::string text(input);
   const std::string inputText(input);
-  const LiteralSink sink = MakeSink(top);
-  NormaliseText(text, &sink);
+  if (!normalised) {
+    const LiteralSink sink = MakeSink(TopLevelOf(env));
+    NormaliseText(text, &sink);
+  }
   int32_t quotes = 0, placed = 0, assignment = 0, list = 0, expression = 0;
   const int32_t runnable = ScreenSyntax(text, &quotes, &placed, &assignment, &list, &expression);
   std::string result;
@@ -332,7 +343,7 @@ std::string RunScriptText(std::string_view script, Environment *env, int32_t cle
   ++tScriptDepth;
   std::string result;
   const bool ran = Guard(false, [&] {
-    result = RunScript(script, env, clearLiterals);
+    result = RunScript(script, env, clearLiterals, false);
     return true;
   });
   --tScriptDepth;
