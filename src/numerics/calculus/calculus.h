@@ -21,20 +21,11 @@ using qvx::DivSmith;
 using qvx::MulFour;
 using qvx::MVLengthOf;
 
-// Short names for the toolkit's size readers.
-template <class T>
-inline int32_t Len(const T *v) {
-  return LengthOf(v);
-}
-template <class T>
-inline int32_t Cols(T *const *m) {
-  return ColsOf(m);
-}
-// Rows of a matrix: the shortest column, so that every m[j][1..rows] exists.
-template <class T>
-inline int32_t Rows(T *const *m) {
-  return RowsOf(m);
-}
+// The toolkit's short size readers; Rows is the shortest column, so that
+// every m[j][1..rows] exists.
+using qvx::Cols;
+using qvx::Len;
+using qvx::Rows;
 
 // Number of points of a 1D / 1DC data set: 0 unless both columns exist.
 inline int32_t Points(double *const *set) {

@@ -130,6 +130,61 @@ using Cd = std::complex<double>;
 inline Cd ToStd(Complex z) { return Cd(z.re, z.im); }
 inline Complex FromStd(Cd z) { return Complex{z.real(), z.imag()}; }
 
+// The real and complex 1D data sets share one body: a complex set keeps its
+// abscissas in the real parts and is differentiated in std::complex.
+template <class T>
+struct SetKind;
+template <>
+struct SetKind<double> {
+  using D = double;
+  static double *Vec(int32_t n) { return Vector(n); }
+  static double **Mat(int32_t c, int32_t r) { return Matrix(c, r); }
+  static double X(double x) { return x; }
+  static double In(double y) { return y; }
+  static double Out(double d) { return d; }
+};
+template <>
+struct SetKind<Complex> {
+  using D = Cd;
+  static Complex *Vec(int32_t n) { return VectorC(n); }
+  static Complex **Mat(int32_t c, int32_t r) { return MatrixC(c, r); }
+  static double X(Complex x) { return x.re; }
+  static Cd In(Complex y) { return ToStd(y); }
+  static Complex Out(Cd d) { return FromStd(d); }
+};
+
+// The data set with its ordinates replaced by their first derivative.
+template <class T>
+T **DerivativeSet(T **set) {
+  using K = SetKind<T>;
+  const int32_t n = Points(set);
+  T **out = K::Mat(2, n);
+  if (Points(out) != n) return out;
+  qvx::GuardVoid([&] {
+    // Abscissas copied; a complex one loses its imaginary part.
+    for (int32_t i = 1; i <= n; ++i) out[1][i] = K::Out(K::X(set[1][i]));
+    SampledDerivative<typename K::D>(n, 1, [set](int32_t i) { return K::X(set[1][i]); },
+                                     [set](int32_t i) { return K::In(set[2][i]); },
+                                     [out](int32_t i, typename K::D d) { out[2][i] = K::Out(d); });
+  });
+  return out;
+}
+
+// The derivative of the given order of the ordinates, as a vector.
+template <class T>
+T *DerivativeValues(T **set, int order) {
+  using K = SetKind<T>;
+  const int32_t n = Points(set);
+  T *out = K::Vec(n);
+  if (Len(out) != n) return out;
+  qvx::GuardVoid([&] {
+    SampledDerivative<typename K::D>(n, order, [set](int32_t i) { return K::X(set[1][i]); },
+                                     [set](int32_t i) { return K::In(set[2][i]); },
+                                     [out](int32_t i, typename K::D d) { out[i] = K::Out(d); });
+  });
+  return out;
+}
+
 // Periodic derivative of uniform samples (index wraps), fourth-order
 // central differences.
 template <class V, class Out>
@@ -394,76 +449,12 @@ QVX_API double *DerivativeWeights(int32_t order, const double *nodes, double x0)
   return out;
 }
 
-QVX_API double **Derivative1D(double **set) noexcept {
-  const int32_t n = Points(set);
-  double **out = Matrix(2, n);
-  if (Points(out) != n) return out;
-  qvx::GuardVoid([&] {
-    for (int32_t i = 1; i <= n; ++i) out[1][i] = set[1][i];
-    SampledDerivative<double>(n, 1, [set](int32_t i) { return set[1][i]; }, [set](int32_t i) { return set[2][i]; },
-                              [out](int32_t i, double d) { out[2][i] = d; });
-  });
-  return out;
-}
-
-QVX_API Complex **Derivative1DC(Complex **set) noexcept {
-  const int32_t n = Points(set);
-  Complex **out = MatrixC(2, n);
-  if (Points(out) != n) return out;
-  qvx::GuardVoid([&] {
-    for (int32_t i = 1; i <= n; ++i) out[1][i] = Complex{set[1][i].re, 0.0};
-    SampledDerivative<Cd>(n, 1, [set](int32_t i) { return set[1][i].re; },
-                          [set](int32_t i) { return ToStd(set[2][i]); },
-                          [out](int32_t i, Cd d) { out[2][i] = FromStd(d); });
-  });
-  return out;
-}
-
-QVX_API double *Gradient1D(double **set) noexcept {
-  const int32_t n = Points(set);
-  double *out = Vector(n);
-  if (Len(out) != n) return out;
-  qvx::GuardVoid([&] {
-    SampledDerivative<double>(n, 1, [set](int32_t i) { return set[1][i]; }, [set](int32_t i) { return set[2][i]; },
-                              [out](int32_t i, double d) { out[i] = d; });
-  });
-  return out;
-}
-
-QVX_API Complex *Gradient1DC(Complex **set) noexcept {
-  const int32_t n = Points(set);
-  Complex *out = VectorC(n);
-  if (Len(out) != n) return out;
-  qvx::GuardVoid([&] {
-    SampledDerivative<Cd>(n, 1, [set](int32_t i) { return set[1][i].re; },
-                          [set](int32_t i) { return ToStd(set[2][i]); },
-                          [out](int32_t i, Cd d) { out[i] = FromStd(d); });
-  });
-  return out;
-}
-
-QVX_API double *Laplacian1D(double **set) noexcept {
-  const int32_t n = Points(set);
-  double *out = Vector(n);
-  if (Len(out) != n) return out;
-  qvx::GuardVoid([&] {
-    SampledDerivative<double>(n, 2, [set](int32_t i) { return set[1][i]; }, [set](int32_t i) { return set[2][i]; },
-                              [out](int32_t i, double d) { out[i] = d; });
-  });
-  return out;
-}
-
-QVX_API Complex *Laplacian1DC(Complex **set) noexcept {
-  const int32_t n = Points(set);
-  Complex *out = VectorC(n);
-  if (Len(out) != n) return out;
-  qvx::GuardVoid([&] {
-    SampledDerivative<Cd>(n, 2, [set](int32_t i) { return set[1][i].re; },
-                          [set](int32_t i) { return ToStd(set[2][i]); },
-                          [out](int32_t i, Cd d) { out[i] = FromStd(d); });
-  });
-  return out;
-}
+QVX_API double **Derivative1D(double **set) noexcept { return DerivativeSet(set); }
+QVX_API Complex **Derivative1DC(Complex **set) noexcept { return DerivativeSet(set); }
+QVX_API double *Gradient1D(double **set) noexcept { return DerivativeValues(set, 1); }
+QVX_API Complex *Gradient1DC(Complex **set) noexcept { return DerivativeValues(set, 1); }
+QVX_API double *Laplacian1D(double **set) noexcept { return DerivativeValues(set, 2); }
+QVX_API Complex *Laplacian1DC(Complex **set) noexcept { return DerivativeValues(set, 2); }
 
 QVX_API double *DerivativeDCyclic(const double *v, double dx) noexcept {
   const int32_t n = Len(v);

@@ -169,6 +169,22 @@ T *SingleStep(F f, void *params, double t, const T *y, double h, int stages, con
          }));
 }
 
+// One Cash-Karp step with its embedded error estimate, written into as
+// much of error as there is room for.
+template <class T, class F>
+T *CashKarpStep(F f, void *params, double t, const T *y, double h, T *error) {
+  const int32_t n = Len(y);
+  if (!f || n == 0) return NewVector<T>(0);
+  return OrEmpty(qvx::Guard(static_cast<T *>(nullptr), [&] {
+           Rhs<T> rhs = [f, params](double tt, const T *yy, T *d) { f(tt, yy, d, params); };
+           State<T> y0 = FromVector(y), out(n), err(n);
+           TableauStep(rhs, t, y0, h, 6, kCkC, kCkA, kCkB, kCkE, out, &err);
+           const int32_t m = std::min(Len(error), n);
+           for (int32_t i = 1; i <= m; ++i) error[i] = err[i];
+           return ToVector(out);
+         }));
+}
+
 // Adaptive integration of y from t to t1 with Cash-Karp steps. Step
 // control: safety 0.9, shrink by error^-1/4 to at most a
 // tenth, grow by error^-1/5 to at most five times. The error of each
@@ -356,30 +372,12 @@ QVX_API Complex *RungeKuttaStepC(OdeFnC f, void *params, double t, const Complex
 
 QVX_API double *RungeKuttaCashKarp(OdeFn f, void *params, double t, const double *y, double h,
                                    double *error) noexcept {
-  const int32_t n = Len(y);
-  if (!f || n == 0) return Vector(0);
-  return OrEmpty(qvx::Guard(static_cast<double *>(nullptr), [&] {
-           Rhs<double> rhs = [f, params](double tt, const double *yy, double *d) { f(tt, yy, d, params); };
-           State<double> y0 = FromVector(y), out(n), err(n);
-           TableauStep(rhs, t, y0, h, 6, kCkC, kCkA, kCkB, kCkE, out, &err);
-           const int32_t m = std::min(Len(error), n);
-           for (int32_t i = 1; i <= m; ++i) error[i] = err[i];
-           return ToVector(out);
-         }));
+  return CashKarpStep(f, params, t, y, h, error);
 }
 
 QVX_API Complex *RungeKuttaCashKarpC(OdeFnC f, void *params, double t, const Complex *y, double h,
                                      Complex *error) noexcept {
-  const int32_t n = Len(y);
-  if (!f || n == 0) return VectorC(0);
-  return OrEmpty(qvx::Guard(static_cast<Complex *>(nullptr), [&] {
-           Rhs<Complex> rhs = [f, params](double tt, const Complex *yy, Complex *d) { f(tt, yy, d, params); };
-           State<Complex> y0 = FromVector(y), out(n), err(n);
-           TableauStep(rhs, t, y0, h, 6, kCkC, kCkA, kCkB, kCkE, out, &err);
-           const int32_t m = std::min(Len(error), n);
-           for (int32_t i = 1; i <= m; ++i) error[i] = err[i];
-           return ToVector(out);
-         }));
+  return CashKarpStep(f, params, t, y, h, error);
 }
 
 QVX_API double **RKN(OdeFn g, void *params, double t, const double *y, const double *v, double h) noexcept {

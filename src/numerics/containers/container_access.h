@@ -48,6 +48,20 @@ inline int32_t RowsOf(T *const *m) {
   return r;
 }
 
+// Short names for the readers above, for code that reads many sizes.
+template <class T>
+inline int32_t Len(const T *v) {
+  return LengthOf(v);
+}
+template <class T>
+inline int32_t Cols(T *const *m) {
+  return ColsOf(m);
+}
+template <class T>
+inline int32_t Rows(T *const *m) {
+  return RowsOf(m);
+}
+
 // Number of matrices of a MatrixVector (or of a VectorMatrix).
 template <class T>
 inline int32_t MVLengthOf(T *const *const *mv) {

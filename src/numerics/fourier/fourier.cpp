@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <type_traits>
 #include <vector>
 
 #include "common/boundary.h"
@@ -50,8 +49,10 @@ double *FromVecRe(const std::vector<Complex> &a) {
 }
 
 // Sample spacing of an abscissa vector, from its end points.
-double SpacingOf(const double *x, int32_t n) { return n >= 2 ? (x[n] - x[1]) / (n - 1) : 0.0; }
-double SpacingOfC(const Complex *x, int32_t n) { return n >= 2 ? (x[n].re - x[1].re) / (n - 1) : 0.0; }
+template <class T>
+double SpacingOf(const T *x, int32_t n) {
+  return n >= 2 ? (Re(x[n]) - Re(x[1])) / (n - 1) : 0.0;
+}
 
 // Centred index (1-based) of n points.
 inline int32_t Centre(int32_t n) { return n / 2 + 1; }
@@ -59,8 +60,7 @@ inline int32_t Centre(int32_t n) { return n / 2 + 1; }
 // A new vector of n elements from the exported constructor for T.
 template <class T>
 T *NewVectorOf(int32_t n) {
-  if constexpr (std::is_same_v<T, Complex>) return VectorC(n);
-  else return Vector(n);
+  return Elem<T>::Vec(n);
 }
 
 // The elements from the centre element to the end: the non-negative half of
@@ -75,11 +75,54 @@ T *PositiveHalf(const T *x) {
   return out;
 }
 
+// x moved so that its centre element is the origin (real parts only).
+template <class T>
+T *CentredOnMiddle(const T *x) {
+  const int32_t n = LengthOf(x);
+  T *out = NewVectorOf<T>(n);
+  if (!Got(out, n)) return out;
+  for (int32_t i = 1; i <= n; ++i) out[i] = WithRe(x[i], Re(x[i]) - Re(x[Centre(n)]));
+  return out;
+}
+
+// The centred grid with the spacing of x (its end points), or with the
+// spacing of its frequency domain, 1 / (n dx), when frequency is set.
+template <class T>
+T *CentredGrid(const T *x, bool frequency) {
+  const int32_t n = LengthOf(x);
+  T *out = NewVectorOf<T>(n);
+  if (!Got(out, n)) return out;
+  const double dx = SpacingOf(x, n);
+  if (frequency) {
+    const double df = dx != 0.0 ? 1.0 / (n * dx) : 0.0;
+    for (int32_t i = 1; i <= n; ++i) out[i] = FromRe<T>((i - Centre(n)) * df);
+  } else {
+    for (int32_t i = 1; i <= n; ++i) out[i] = FromRe<T>((i - Centre(n)) * dx);
+  }
+  return out;
+}
+
+// A periodic grid of n points: x2 is the first point of the next period, so
+// element n/2 + 1 is the midpoint for even n.
+template <class T>
+T *PeriodicGrid(double x1, double x2, int32_t n) {
+  if (n < 0) n = 0;
+  T *out = NewVectorOf<T>(n);
+  if (!Got(out, n)) return out;
+  const double dx = n > 0 ? (x2 - x1) / n : 0.0;
+  for (int32_t i = 1; i <= n; ++i) out[i] = FromRe<T>(x1 + (i - 1) * dx);
+  return out;
+}
+
 // Applies the FFTV kernel to a strided line of a matrix or N-D block: any
 // length, the exact radix-2 kernel for powers of two.
 void TransformLine(std::vector<Complex> &line, int32_t direction) { CentredTransform(line, direction); }
 
 double Intensity(Complex z) { return z.re * z.re + z.im * z.im; }
+// The weight of a sample in a centroid: its magnitude, or its intensity for
+// a complex sample.
+double CentroidWeight(double y) { return std::fabs(y); }
+double CentroidWeight(Complex z) { return Intensity(z); }
 
 // Centroid (1-based, fractional index) of weights w over [i1, i2]; 0 when
 // the weights sum to zero or are not finite.
@@ -112,6 +155,22 @@ void RotateInto(const T *v, T *out, int32_t n, int32_t shift) {
     if (src < 1) src += n;
     out[i] = v[src];
   }
+}
+
+// v rotated circularly so that its centroid lands on the centre element.
+template <class T>
+T *RotatedToCentroid(const T *v) {
+  const int32_t n = LengthOf(v);
+  T *out = NewVectorOf<T>(n);
+  if (!Got(out, n) || n == 0) return out;
+  const double c = CentroidIndex(1, n, [&](int32_t i) { return CentroidWeight(v[i]); });
+  RotateInto(v, out, n, ShiftToCentre(c, n));
+  return out;
+}
+
+template <class T>
+T **OrEmptySet(T **m) {
+  return m ? m : Elem<T>::EmptySet();
 }
 
 // Centred zero padding or central cropping of n values into m.
@@ -300,21 +359,8 @@ QVX_API double *FFTNDomainChange(const double *spacing, const int32_t *dims) noe
 
 // ---- domains ----------------------------------------------------------------------
 
-QVX_API double *CenterDomain(const double *x) noexcept {
-  const int32_t n = LengthOf(x);
-  double *out = Vector(n);
-  if (!Got(out, n)) return out;
-  for (int32_t i = 1; i <= n; ++i) out[i] = x[i] - x[Centre(n)];
-  return out;
-}
-
-QVX_API Complex *CenterDomainC(const Complex *x) noexcept {
-  const int32_t n = LengthOf(x);
-  Complex *out = VectorC(n);
-  if (!Got(out, n)) return out;
-  for (int32_t i = 1; i <= n; ++i) out[i] = Complex{x[i].re - x[Centre(n)].re, x[i].im};
-  return out;
-}
+QVX_API double *CenterDomain(const double *x) noexcept { return CentredOnMiddle(x); }
+QVX_API Complex *CenterDomainC(const Complex *x) noexcept { return CentredOnMiddle(x); }
 
 QVX_API double *ReferenceDomain(const double *x, double reference) noexcept {
   const int32_t n = LengthOf(x);
@@ -324,23 +370,8 @@ QVX_API double *ReferenceDomain(const double *x, double reference) noexcept {
   return out;
 }
 
-QVX_API double *CenterDomainFFT(const double *x) noexcept {
-  const int32_t n = LengthOf(x);
-  double *out = Vector(n);
-  if (!Got(out, n)) return out;
-  const double dx = SpacingOf(x, n);
-  for (int32_t i = 1; i <= n; ++i) out[i] = (i - Centre(n)) * dx;
-  return out;
-}
-
-QVX_API Complex *CenterDomainFFTC(const Complex *x) noexcept {
-  const int32_t n = LengthOf(x);
-  Complex *out = VectorC(n);
-  if (!Got(out, n)) return out;
-  const double dx = SpacingOfC(x, n);
-  for (int32_t i = 1; i <= n; ++i) out[i] = Complex{(i - Centre(n)) * dx, 0.0};
-  return out;
-}
+QVX_API double *CenterDomainFFT(const double *x) noexcept { return CentredGrid(x, false); }
+QVX_API Complex *CenterDomainFFTC(const Complex *x) noexcept { return CentredGrid(x, false); }
 
 QVX_API Complex *CenteredFFTDomainC(int32_t n, double dx) noexcept {
   if (n < 0) n = 0;
@@ -350,47 +381,17 @@ QVX_API Complex *CenteredFFTDomainC(int32_t n, double dx) noexcept {
   return out;
 }
 
-QVX_API double *FFTDomainChange(const double *x) noexcept {
-  const int32_t n = LengthOf(x);
-  double *out = Vector(n);
-  if (!Got(out, n)) return out;
-  const double dx = SpacingOf(x, n);
-  const double df = dx != 0.0 ? 1.0 / (n * dx) : 0.0;
-  for (int32_t i = 1; i <= n; ++i) out[i] = (i - Centre(n)) * df;
-  return out;
-}
-
-QVX_API Complex *FFTDomainChangeC(const Complex *x) noexcept {
-  const int32_t n = LengthOf(x);
-  Complex *out = VectorC(n);
-  if (!Got(out, n)) return out;
-  const double dx = SpacingOfC(x, n);
-  const double df = dx != 0.0 ? 1.0 / (n * dx) : 0.0;
-  for (int32_t i = 1; i <= n; ++i) out[i] = Complex{(i - Centre(n)) * df, 0.0};
-  return out;
-}
+QVX_API double *FFTDomainChange(const double *x) noexcept { return CentredGrid(x, true); }
+QVX_API Complex *FFTDomainChangeC(const Complex *x) noexcept { return CentredGrid(x, true); }
 
 QVX_API double *PositiveDomain(const double *x) noexcept { return PositiveHalf(x); }
 QVX_API Complex *PositiveDomainC(const Complex *x) noexcept { return PositiveHalf(x); }
 
 QVX_API double *DiscretizeDomainFFT(double x1, double x2, int32_t n) noexcept {
-  if (n < 0) n = 0;
-  double *out = Vector(n);
-  if (!Got(out, n)) return out;
-  // A periodic grid: x2 is the first point of the next period, so element
-  // n/2 + 1 is the midpoint for even n.
-  const double dx = n > 0 ? (x2 - x1) / n : 0.0;
-  for (int32_t i = 1; i <= n; ++i) out[i] = x1 + (i - 1) * dx;
-  return out;
+  return PeriodicGrid<double>(x1, x2, n);
 }
-
 QVX_API Complex *DiscretizeDomainFFTC(double x1, double x2, int32_t n) noexcept {
-  if (n < 0) n = 0;
-  Complex *out = VectorC(n);
-  if (!Got(out, n)) return out;
-  const double dx = n > 0 ? (x2 - x1) / n : 0.0;
-  for (int32_t i = 1; i <= n; ++i) out[i] = Complex{x1 + (i - 1) * dx, 0.0};
-  return out;
+  return PeriodicGrid<Complex>(x1, x2, n);
 }
 
 QVX_API Complex **DiscretizeFFTN(Complex (*f)(double x, void *context), void *context, double x1, double x2,
@@ -455,27 +456,17 @@ template <class T>
 T **ZeroPadDataSet(T **data, int32_t n) {
   const int32_t rows = DataSetRows(data);
   if (rows < 0 || n < 0) return nullptr;
-  T **out = nullptr;
-  if constexpr (std::is_same_v<T, Complex>) out = MatrixC(2, n);
-  else out = Matrix(2, n);
+  T **out = Elem<T>::Mat(2, n);
   if (!Got(out, 2, n)) return out;
-  auto abscissa = [&](int32_t i) -> double {
-    if constexpr (std::is_same_v<T, Complex>) return data[1][i].re;
-    else return data[1][i];
-  };
+  auto abscissa = [&](int32_t i) { return Re(data[1][i]); };
   const double dx = rows >= 2 ? (abscissa(rows) - abscissa(1)) / (rows - 1) : 0.0;
   const double x0 = rows >= 1 ? abscissa(Centre(rows)) : 0.0;
   const int32_t offset = Centre(n) - Centre(rows);
   for (int32_t i = 1; i <= n; ++i) {
     const int64_t j = static_cast<int64_t>(i) - offset;
     const double x = x0 + (i - Centre(n)) * dx;
-    if constexpr (std::is_same_v<T, Complex>) {
-      out[1][i] = Complex{x, 0.0};
-      out[2][i] = (j >= 1 && j <= rows) ? data[2][j] : Complex{0, 0};
-    } else {
-      out[1][i] = x;
-      out[2][i] = (j >= 1 && j <= rows) ? data[2][j] : 0.0;
-    }
+    out[1][i] = FromRe<T>(x);
+    out[2][i] = (j >= 1 && j <= rows) ? data[2][j] : T{};
   }
   return out;
 }
@@ -484,15 +475,8 @@ T **ZeroPadDataSet(T **data, int32_t n) {
 
 extern "C" {
 
-QVX_API double **ZeroPad1D(double **data, int32_t n) noexcept {
-  double **out = ZeroPadDataSet(data, n);
-  return out ? out : EmptyDataSet();
-}
-
-QVX_API Complex **ZeroPad1DC(Complex **data, int32_t n) noexcept {
-  Complex **out = ZeroPadDataSet(data, n);
-  return out ? out : EmptyDataSetC();
-}
+QVX_API double **ZeroPad1D(double **data, int32_t n) noexcept { return OrEmptySet(ZeroPadDataSet(data, n)); }
+QVX_API Complex **ZeroPad1DC(Complex **data, int32_t n) noexcept { return OrEmptySet(ZeroPadDataSet(data, n)); }
 
 // ---- shifts ----------------------------------------------------------------------------
 
@@ -548,7 +532,7 @@ QVX_API Complex **ShiftCont1DC(Complex **data, double distance) noexcept {
   return GuardDataSetC([&]() -> Complex ** {
     const int32_t n = DataSetRows(data);
     if (n < 0) return EmptyDataSetC();
-    const double dx = SpacingOfC(data[1], n);
+    const double dx = SpacingOf(data[1], n);
     const double s = (dx != 0.0 && std::isfinite(distance / dx)) ? distance / dx : 0.0;
     std::vector<Complex> a = ShiftSamples(ToVec(data[2], n), s);
     Complex **out = MatrixC(2, n);
@@ -563,23 +547,8 @@ QVX_API Complex **ShiftCont1DC(Complex **data, double distance) noexcept {
 
 // ---- centring of distributions -----------------------------------------------------------
 
-QVX_API double *CenterDistr(const double *v) noexcept {
-  const int32_t n = LengthOf(v);
-  double *out = Vector(n);
-  if (!Got(out, n) || n == 0) return out;
-  const double c = CentroidIndex(1, n, [&](int32_t i) { return std::fabs(v[i]); });
-  RotateInto(v, out, n, ShiftToCentre(c, n));
-  return out;
-}
-
-QVX_API Complex *CenterDistrC(const Complex *v) noexcept {
-  const int32_t n = LengthOf(v);
-  Complex *out = VectorC(n);
-  if (!Got(out, n) || n == 0) return out;
-  const double c = CentroidIndex(1, n, [&](int32_t i) { return Intensity(v[i]); });
-  RotateInto(v, out, n, ShiftToCentre(c, n));
-  return out;
-}
+QVX_API double *CenterDistr(const double *v) noexcept { return RotatedToCentroid(v); }
+QVX_API Complex *CenterDistrC(const Complex *v) noexcept { return RotatedToCentroid(v); }
 
 QVX_API Complex *CenterDistr0C(const Complex *v) noexcept {
   const int32_t n = LengthOf(v);
@@ -605,31 +574,24 @@ namespace {
 
 // New data set with the abscissas moved so that the weighted mean abscissa
 // of the points with x in [x1, x2] is 0; ordinates copied.
-template <class T, class W>
-T **RecentreDataSet(T **data, double x1, double x2, W weight) {
+template <class T>
+T **RecentreDataSet(T **data, double x1, double x2) {
   const int32_t n = DataSetRows(data);
   if (n < 0) return nullptr;
-  T **out = nullptr;
-  if constexpr (std::is_same_v<T, Complex>) out = MatrixC(2, n);
-  else out = Matrix(2, n);
+  T **out = Elem<T>::Mat(2, n);
   if (!Got(out, 2, n)) return out;
-  auto abscissa = [&](int32_t i) -> double {
-    if constexpr (std::is_same_v<T, Complex>) return data[1][i].re;
-    else return data[1][i];
-  };
+  auto abscissa = [&](int32_t i) { return Re(data[1][i]); };
   double sw = 0.0, swx = 0.0;
   for (int32_t i = 1; i <= n; ++i) {
     const double x = abscissa(i);
     if (!(x >= x1 && x <= x2)) continue;
-    const double w = weight(data[2][i]);
+    const double w = CentroidWeight(data[2][i]);
     sw += w;
     swx += w * x;
   }
   const double mean = (sw > 0.0 && std::isfinite(swx)) ? swx / sw : 0.0;
   for (int32_t i = 1; i <= n; ++i) {
-    out[1][i] = data[1][i];
-    if constexpr (std::is_same_v<T, Complex>) out[1][i].re -= mean;
-    else out[1][i] -= mean;
+    out[1][i] = WithRe(data[1][i], Re(data[1][i]) - mean);
     out[2][i] = data[2][i];
   }
   return out;
@@ -641,19 +603,12 @@ constexpr double kAll = HUGE_VAL;
 
 extern "C" {
 
-QVX_API double **CenterDistribution(double **data) noexcept {
-  double **out = RecentreDataSet(data, -kAll, kAll, [](double y) { return std::fabs(y); });
-  return out ? out : EmptyDataSet();
-}
-
+QVX_API double **CenterDistribution(double **data) noexcept { return OrEmptySet(RecentreDataSet(data, -kAll, kAll)); }
 QVX_API Complex **CenterDistributionC(Complex **data) noexcept {
-  Complex **out = RecentreDataSet(data, -kAll, kAll, Intensity);
-  return out ? out : EmptyDataSetC();
+  return OrEmptySet(RecentreDataSet(data, -kAll, kAll));
 }
-
 QVX_API Complex **CenterDistributionWindowC(Complex **data, double x1, double x2) noexcept {
-  Complex **out = RecentreDataSet(data, x1, x2, Intensity);
-  return out ? out : EmptyDataSetC();
+  return OrEmptySet(RecentreDataSet(data, x1, x2));
 }
 
 // ---- convolution ---------------------------------------------------------------------------

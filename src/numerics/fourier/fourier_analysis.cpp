@@ -207,38 +207,22 @@ namespace {
 inline int32_t Centre(int32_t n) { return n / 2 + 1; }
 inline double Intensity(Complex z) { return z.re * z.re + z.im * z.im; }
 
-double *VectorFrom(const std::vector<double> &a) {
+template <class T>
+T *VectorFrom(const std::vector<T> &a) {
   const int32_t n = static_cast<int32_t>(a.size());
-  double *out = Vector(n);
-  if (Got(out, n) && n > 0) std::memcpy(out + 1, a.data(), sizeof(double) * n);
+  T *out = Elem<T>::Vec(n);
+  if (Got(out, n) && n > 0) std::memcpy(out + 1, a.data(), sizeof(T) * n);
   return out;
 }
 
-Complex *VectorCFrom(const std::vector<Complex> &a) {
-  const int32_t n = static_cast<int32_t>(a.size());
-  Complex *out = VectorC(n);
-  if (Got(out, n) && n > 0) std::memcpy(out + 1, a.data(), sizeof(Complex) * n);
-  return out;
-}
-
-// A data set from abscissas and complex ordinates.
-Complex **DataSetC(const std::vector<double> &x, const std::vector<Complex> &y) {
+// A data set from abscissas and (real or complex) ordinates.
+template <class T>
+T **DataSet(const std::vector<double> &x, const std::vector<T> &y) {
   const int32_t n = static_cast<int32_t>(x.size());
-  Complex **out = MatrixC(2, n);
+  T **out = Elem<T>::Mat(2, n);
   if (!Got(out, 2, n)) return out;
   for (int32_t i = 0; i < n; ++i) {
-    out[1][i + 1] = Complex{x[i], 0.0};
-    out[2][i + 1] = y[i];
-  }
-  return out;
-}
-
-double **DataSet(const std::vector<double> &x, const std::vector<double> &y) {
-  const int32_t n = static_cast<int32_t>(x.size());
-  double **out = Matrix(2, n);
-  if (!Got(out, 2, n)) return out;
-  for (int32_t i = 0; i < n; ++i) {
-    out[1][i + 1] = x[i];
+    out[1][i + 1] = FromRe<T>(x[i]);
     out[2][i + 1] = y[i];
   }
   return out;
@@ -490,7 +474,7 @@ QVX_API Complex **RemoveLinearPhase(Complex **data) noexcept {
       const double p = c[0] + c[1] * s.x[i];
       s.y[i] = MulFour(s.y[i], Complex{std::cos(p), -std::sin(p)});
     }
-    return DataSetC(s.x, s.y);
+    return DataSet(s.x, s.y);
   });
 }
 
@@ -510,7 +494,7 @@ QVX_API Complex *AnalyticSignal(const double *v) noexcept {
     }
     Transform(a, 1);
     for (auto &z : a) z = Complex{z.re / n, z.im / n};
-    return VectorCFrom(a);
+    return VectorFrom(a);
   });
 }
 
@@ -639,13 +623,13 @@ QVX_API Complex **SuperGaussianFilter(Complex **data, double centre, double widt
   return GuardDataSetC([&]() -> Complex ** {
     Samples s;
     if (!ReadDataSet(data, s)) return EmptyDataSetC();
-    if (!(width > 0.0) || order < 1) return DataSetC(s.x, s.y);
+    if (!(width > 0.0) || order < 1) return DataSet(s.x, s.y);
     FilterShape shape;
     shape.kind = FilterShape::kSuperGaussian;
     shape.centre = centre;
     shape.width = width;
     shape.order = order;
-    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
+    return DataSet(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
   });
 }
 
@@ -677,8 +661,8 @@ QVX_API Complex **FourierFilterC(Complex **data) noexcept {
     Samples s;
     if (!ReadDataSet(data, s)) return EmptyDataSetC();
     const FilterShape shape = LoadFilterShape();
-    if (shape.kind == FilterShape::kNone) return DataSetC(s.x, s.y);
-    return DataSetC(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
+    if (shape.kind == FilterShape::kNone) return DataSet(s.x, s.y);
+    return DataSet(s.x, FilterOrdinates(s, [&](double f) { return FilterGain(shape, f); }));
   });
 }
 

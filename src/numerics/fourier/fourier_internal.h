@@ -49,6 +49,41 @@ inline bool Got(T *const *m, int32_t c, int32_t r) {
 double **EmptyDataSet();
 Complex **EmptyDataSetC();
 
+// Real and complex domains, data sets and vectors share one body each. A
+// complex abscissa keeps its value in the real part; WithRe replaces that
+// part and leaves the imaginary one.
+template <class T>
+struct Elem;
+template <>
+struct Elem<double> {
+  static double *Vec(int32_t n) { return Vector(n); }
+  static double **Mat(int32_t c, int32_t r) { return Matrix(c, r); }
+  static double **EmptySet() { return EmptyDataSet(); }
+  static double Re(double x) { return x; }
+  static double WithRe(double, double r) { return r; }
+};
+template <>
+struct Elem<Complex> {
+  static Complex *Vec(int32_t n) { return VectorC(n); }
+  static Complex **Mat(int32_t c, int32_t r) { return MatrixC(c, r); }
+  static Complex **EmptySet() { return EmptyDataSetC(); }
+  static double Re(const Complex &z) { return z.re; }
+  static Complex WithRe(const Complex &z, double r) { return Complex{r, z.im}; }
+};
+template <class T>
+inline double Re(const T &x) {
+  return Elem<T>::Re(x);
+}
+template <class T>
+inline T WithRe(const T &x, double r) {
+  return Elem<T>::WithRe(x, r);
+}
+// The element whose real part is r and imaginary part 0.
+template <class T>
+inline T FromRe(double r) {
+  return Elem<T>::WithRe(T{}, r);
+}
+
 // Run a body that may throw; on failure give the fall-back container (made
 // only then, so it never leaks on success).
 template <class F>

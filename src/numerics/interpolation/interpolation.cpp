@@ -545,15 +545,29 @@ double BilinearIndex(int32_t c, int32_t r, double a, double b, Get get) {
   return (1 - s) * (1 - u) * get(j, i) + s * (1 - u) * get(j2, i) + (1 - s) * u * get(j, i2) + s * u * get(j2, i2);
 }
 
-template <class T, class Make, class FreeM>
-T **CropMatrixT(T **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2, Make make, FreeM, int32_t cols,
-                int32_t rows) {
+// The constructors of the two element types, for the bodies the real and
+// complex twins share.
+template <class T>
+struct Make;
+template <>
+struct Make<double> {
+  static double *Vec(int32_t n) { return NewVector(n); }
+  static double **Mat(int32_t c, int32_t r) { return NewMatrix(c, r); }
+};
+template <>
+struct Make<Complex> {
+  static Complex *Vec(int32_t n) { return NewVectorC(n); }
+  static Complex **Mat(int32_t c, int32_t r) { return NewMatrixC(c, r); }
+};
+
+template <class T>
+T **CropMatrixT(T **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) {
   c1 = std::max(c1, 1);
   r1 = std::max(r1, 1);
-  c2 = std::min(c2, cols);
-  r2 = std::min(r2, rows);
-  if (c1 > c2 || r1 > r2) return make(0, 0);
-  T **out = make(c2 - c1 + 1, r2 - r1 + 1);
+  c2 = std::min(c2, Cols(m));
+  r2 = std::min(r2, Rows(m));
+  if (c1 > c2 || r1 > r2) return Make<T>::Mat(0, 0);
+  T **out = Make<T>::Mat(c2 - c1 + 1, r2 - r1 + 1);
   if (Cols(out) != c2 - c1 + 1) return out;
   for (int32_t j = c1; j <= c2; ++j)
     for (int32_t i = r1; i <= r2; ++i) out[j - c1 + 1][i - r1 + 1] = m[j][i];
@@ -563,6 +577,61 @@ T **CropMatrixT(T **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2, Make make
 // First old index of a centred crop of n from m (n <= m): the old element
 // m/2 + 1 becomes the new element n/2 + 1.
 int32_t CentredStart(int32_t m, int32_t n) { return m / 2 - n / 2 + 1; }
+
+template <class T>
+T **CropMatrixCentredT(T **m, int32_t cols, int32_t rows) {
+  const int32_t c = Cols(m), r = Rows(m);
+  cols = std::clamp(cols, 0, c);
+  rows = std::clamp(rows, 0, r);
+  if (cols == 0 || rows == 0) return Make<T>::Mat(0, 0);
+  const int32_t j0 = CentredStart(c, cols), i0 = CentredStart(r, rows);
+  return CropMatrixT(m, j0, j0 + cols - 1, i0, i0 + rows - 1);
+}
+
+template <class T>
+T *CropVectorT(const T *v, int32_t i1, int32_t i2) {
+  const int32_t n = Len(v);
+  i1 = std::max(i1, 1);
+  i2 = std::min(i2, n);
+  if (i1 > i2) return Make<T>::Vec(0);
+  T *out = Make<T>::Vec(i2 - i1 + 1);
+  if (Len(out) == i2 - i1 + 1) std::copy(v + i1, v + i2 + 1, out + 1);
+  return out;
+}
+
+template <class T>
+T *CropVectorCentredT(const T *v, int32_t n) {
+  const int32_t m = Len(v);
+  n = std::clamp(n, 0, m);
+  if (n == 0) return Make<T>::Vec(0);
+  const int32_t i0 = CentredStart(m, n);
+  return CropVectorT(v, i0, i0 + n - 1);
+}
+
+// Every factor-th element from the first; a partial last block still gives
+// its first element.
+template <class T>
+T *DownSampleVT(const T *v, int32_t factor) {
+  const int32_t n = Len(v);
+  if (factor < 1) return Make<T>::Vec(0);
+  const int32_t k = n / factor + (n % factor ? 1 : 0);
+  T *out = Make<T>::Vec(k);
+  if (Len(out) == k)
+    for (int32_t i = 1; i <= k; ++i) out[i] = v[1 + (i - 1) * factor];
+  return out;
+}
+
+template <class T>
+T **DownSampleColsT(T **m, int32_t factor) {
+  const int32_t c = Cols(m), r = Rows(m);
+  if (factor < 1 || c <= 0) return Make<T>::Mat(0, 0);
+  const int32_t k = r / factor + (r % factor ? 1 : 0);
+  T **out = Make<T>::Mat(c, k);
+  if (Cols(out) == c)
+    for (int32_t j = 1; j <= c; ++j)
+      for (int32_t i = 1; i <= k; ++i) out[j][i] = m[j][1 + (i - 1) * factor];
+  return out;
+}
 
 }  // namespace
 
@@ -778,108 +847,25 @@ QVX_API double ***Crop2D(double ***set, double x1, double x2, double y1, double 
 }
 
 QVX_API double **CropMatrix(double **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) noexcept {
-  return CropMatrixT(m, c1, c2, r1, r2, NewMatrix, FreeMatrix, Cols(m), Rows(m));
+  return CropMatrixT(m, c1, c2, r1, r2);
 }
-
 QVX_API Complex **CropMatrixC(Complex **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) noexcept {
-  return CropMatrixT(m, c1, c2, r1, r2, NewMatrixC, FreeMatrixC, Cols(m), Rows(m));
+  return CropMatrixT(m, c1, c2, r1, r2);
 }
-
 QVX_API double **CropMatrixCentered(double **m, int32_t cols, int32_t rows) noexcept {
-  const int32_t c = Cols(m), r = Rows(m);
-  cols = std::clamp(cols, 0, c);
-  rows = std::clamp(rows, 0, r);
-  if (cols == 0 || rows == 0) return NewMatrix(0, 0);
-  const int32_t j0 = CentredStart(c, cols), i0 = CentredStart(r, rows);
-  return CropMatrix(m, j0, j0 + cols - 1, i0, i0 + rows - 1);
+  return CropMatrixCentredT(m, cols, rows);
 }
-
 QVX_API Complex **CropMatrixCenteredC(Complex **m, int32_t cols, int32_t rows) noexcept {
-  const int32_t c = Cols(m), r = Rows(m);
-  cols = std::clamp(cols, 0, c);
-  rows = std::clamp(rows, 0, r);
-  if (cols == 0 || rows == 0) return NewMatrixC(0, 0);
-  const int32_t j0 = CentredStart(c, cols), i0 = CentredStart(r, rows);
-  return CropMatrixC(m, j0, j0 + cols - 1, i0, i0 + rows - 1);
+  return CropMatrixCentredT(m, cols, rows);
 }
-
-QVX_API double *CropVector(const double *v, int32_t i1, int32_t i2) noexcept {
-  const int32_t n = Len(v);
-  i1 = std::max(i1, 1);
-  i2 = std::min(i2, n);
-  if (i1 > i2) return NewVector(0);
-  double *out = NewVector(i2 - i1 + 1);
-  if (Len(out) == i2 - i1 + 1) std::copy(v + i1, v + i2 + 1, out + 1);
-  return out;
-}
-
-QVX_API Complex *CropVectorC(const Complex *v, int32_t i1, int32_t i2) noexcept {
-  const int32_t n = Len(v);
-  i1 = std::max(i1, 1);
-  i2 = std::min(i2, n);
-  if (i1 > i2) return NewVectorC(0);
-  Complex *out = NewVectorC(i2 - i1 + 1);
-  if (Len(out) == i2 - i1 + 1) std::copy(v + i1, v + i2 + 1, out + 1);
-  return out;
-}
-
-QVX_API double *CropVectorCentered(const double *v, int32_t n) noexcept {
-  const int32_t m = Len(v);
-  n = std::clamp(n, 0, m);
-  if (n == 0) return NewVector(0);
-  const int32_t i0 = CentredStart(m, n);
-  return CropVector(v, i0, i0 + n - 1);
-}
-
-QVX_API Complex *CropVectorCenteredC(const Complex *v, int32_t n) noexcept {
-  const int32_t m = Len(v);
-  n = std::clamp(n, 0, m);
-  if (n == 0) return NewVectorC(0);
-  const int32_t i0 = CentredStart(m, n);
-  return CropVectorC(v, i0, i0 + n - 1);
-}
-
-QVX_API double *DownSampleV(const double *v, int32_t factor) noexcept {
-  const int32_t n = Len(v);
-  if (factor < 1) return NewVector(0);
-  const int32_t k = n / factor + (n % factor ? 1 : 0);
-  double *out = NewVector(k);
-  if (Len(out) == k)
-    for (int32_t i = 1; i <= k; ++i) out[i] = v[1 + (i - 1) * factor];
-  return out;
-}
-
-QVX_API Complex *DownSampleVC(const Complex *v, int32_t factor) noexcept {
-  const int32_t n = Len(v);
-  if (factor < 1) return NewVectorC(0);
-  const int32_t k = n / factor + (n % factor ? 1 : 0);
-  Complex *out = NewVectorC(k);
-  if (Len(out) == k)
-    for (int32_t i = 1; i <= k; ++i) out[i] = v[1 + (i - 1) * factor];
-  return out;
-}
-
-QVX_API double **DownSampleCols(double **m, int32_t factor) noexcept {
-  const int32_t c = Cols(m), r = Rows(m);
-  if (factor < 1 || c <= 0) return NewMatrix(0, 0);
-  const int32_t k = r / factor + (r % factor ? 1 : 0);
-  double **out = NewMatrix(c, k);
-  if (Cols(out) == c)
-    for (int32_t j = 1; j <= c; ++j)
-      for (int32_t i = 1; i <= k; ++i) out[j][i] = m[j][1 + (i - 1) * factor];
-  return out;
-}
-
-QVX_API Complex **DownSampleColsC(Complex **m, int32_t factor) noexcept {
-  const int32_t c = Cols(m), r = Rows(m);
-  if (factor < 1 || c <= 0) return NewMatrixC(0, 0);
-  const int32_t k = r / factor + (r % factor ? 1 : 0);
-  Complex **out = NewMatrixC(c, k);
-  if (Cols(out) == c)
-    for (int32_t j = 1; j <= c; ++j)
-      for (int32_t i = 1; i <= k; ++i) out[j][i] = m[j][1 + (i - 1) * factor];
-  return out;
-}
+QVX_API double *CropVector(const double *v, int32_t i1, int32_t i2) noexcept { return CropVectorT(v, i1, i2); }
+QVX_API Complex *CropVectorC(const Complex *v, int32_t i1, int32_t i2) noexcept { return CropVectorT(v, i1, i2); }
+QVX_API double *CropVectorCentered(const double *v, int32_t n) noexcept { return CropVectorCentredT(v, n); }
+QVX_API Complex *CropVectorCenteredC(const Complex *v, int32_t n) noexcept { return CropVectorCentredT(v, n); }
+QVX_API double *DownSampleV(const double *v, int32_t factor) noexcept { return DownSampleVT(v, factor); }
+QVX_API Complex *DownSampleVC(const Complex *v, int32_t factor) noexcept { return DownSampleVT(v, factor); }
+QVX_API double **DownSampleCols(double **m, int32_t factor) noexcept { return DownSampleColsT(m, factor); }
+QVX_API Complex **DownSampleColsC(Complex **m, int32_t factor) noexcept { return DownSampleColsT(m, factor); }
 
 QVX_API double *UniformScale(const double *v, double low, double high) noexcept {
   const int32_t n = Len(v);

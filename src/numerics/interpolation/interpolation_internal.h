@@ -18,10 +18,10 @@
 
 namespace qvx::interp {
 
-using calculus::Cols;
-using calculus::Len;
+using qvx::Cols;
+using qvx::Len;
 using calculus::Points;
-using calculus::Rows;
+using qvx::Rows;
 
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kPi = 3.141592653589793;

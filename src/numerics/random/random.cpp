@@ -99,6 +99,31 @@ std::vector<std::vector<uint32_t>> DirectionNumbers(int32_t dim) {
   return cj;
 }
 
+// One uniform deviate in [low, high) per part; the real part is drawn first.
+void Uniform(double &x, double low, double high, int32_t *cell) { x = RandomReal(low, high, cell); }
+void Uniform(Complex &z, double low, double high, int32_t *cell) {
+  z.re = RandomReal(low, high, cell);
+  z.im = RandomReal(low, high, cell);
+}
+
+template <class T>
+T *UniformVector(T *v, double low, double high, int32_t *seed) {
+  int32_t own = -1;
+  int32_t *cell = Cell(seed, own);
+  for (int32_t i = 1; i <= LengthOf(v); ++i) Uniform(v[i], low, high, cell);
+  return v;
+}
+
+template <class T>
+T **UniformMatrix(T **m, double low, double high, int32_t *seed) {
+  int32_t own = -1;
+  int32_t *cell = Cell(seed, own);
+  const int32_t c = ColsOf(m), r = RowsOf(m);
+  for (int32_t j = 1; j <= c; ++j)
+    for (int32_t i = 1; i <= r; ++i) Uniform(m[j][i], low, high, cell);
+  return m;
+}
+
 }  // namespace
 
 extern "C" {
@@ -169,48 +194,19 @@ QVX_API double *PoissonRandomNumbers(int32_t n, double mean, int32_t *seed) noex
 // ---- uniform containers ----------------------------------------------------
 
 // New containers of uniform deviates low + (high - low) u; both parts of a
-// complex element are drawn, real first.
+// complex element are drawn, real first. Matrices are filled column by
+// column.
 QVX_API double *RandomizeVector(int32_t n, double low, double high, int32_t *seed) noexcept {
-  double *v = Vector(n < 0 ? 0 : n);
-  int32_t own = -1;
-  int32_t *cell = Cell(seed, own);
-  for (int32_t i = 1; i <= LengthOf(v); ++i) v[i] = RandomReal(low, high, cell);
-  return v;
+  return UniformVector(Vector(n < 0 ? 0 : n), low, high, seed);
 }
-
 QVX_API Complex *RandomizeVectorC(int32_t n, double low, double high, int32_t *seed) noexcept {
-  Complex *v = VectorC(n < 0 ? 0 : n);
-  int32_t own = -1;
-  int32_t *cell = Cell(seed, own);
-  for (int32_t i = 1; i <= LengthOf(v); ++i) {
-    v[i].re = RandomReal(low, high, cell);
-    v[i].im = RandomReal(low, high, cell);
-  }
-  return v;
+  return UniformVector(VectorC(n < 0 ? 0 : n), low, high, seed);
 }
-
-// Filled column by column.
 QVX_API double **RandomizeMatrix(int32_t cols, int32_t rows, double low, double high, int32_t *seed) noexcept {
-  double **m = Matrix(cols < 0 ? 0 : cols, rows < 0 ? 0 : rows);
-  int32_t own = -1;
-  int32_t *cell = Cell(seed, own);
-  const int32_t c = ColsOf(m), r = RowsOf(m);
-  for (int32_t j = 1; j <= c; ++j)
-    for (int32_t i = 1; i <= r; ++i) m[j][i] = RandomReal(low, high, cell);
-  return m;
+  return UniformMatrix(Matrix(cols < 0 ? 0 : cols, rows < 0 ? 0 : rows), low, high, seed);
 }
-
 QVX_API Complex **RandomizeMatrixC(int32_t cols, int32_t rows, double low, double high, int32_t *seed) noexcept {
-  Complex **m = MatrixC(cols < 0 ? 0 : cols, rows < 0 ? 0 : rows);
-  int32_t own = -1;
-  int32_t *cell = Cell(seed, own);
-  const int32_t c = ColsOf(m), r = RowsOf(m);
-  for (int32_t j = 1; j <= c; ++j)
-    for (int32_t i = 1; i <= r; ++i) {
-      m[j][i].re = RandomReal(low, high, cell);
-      m[j][i].im = RandomReal(low, high, cell);
-    }
-  return m;
+  return UniformMatrix(MatrixC(cols < 0 ? 0 : cols, rows < 0 ? 0 : rows), low, high, seed);
 }
 
 // ---- generator variants -----------------------------------------------------

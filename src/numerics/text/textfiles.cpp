@@ -56,25 +56,18 @@ namespace {
 
 // ---- container shapes ----------------------------------------------------
 
+// Rows as the length of the first column, not the shortest one (Rows):
+// files write a ragged matrix in full, with zeros where a shorter column
+// has no element (At).
 template <class T>
-int32_t Count(const T *v) {
-  return LengthOf(v);
-}
-template <class T>
-int32_t Cols(T *const *m) {
-  return ColsOf(m);
-}
-// Rows as the length of the first column: files write a ragged matrix in
-// full, with zeros where a shorter column has no element (At).
-template <class T>
-int32_t Rows(T *const *m) {
-  return Cols(m) && m[1] ? Count(m[1]) : 0;
+int32_t FileRows(T *const *m) {
+  return Cols(m) && m[1] ? Len(m[1]) : 0;
 }
 // Element (j, i), or zero where a ragged or missing column lacks it.
 template <class T>
 T At(T *const *m, int32_t j, int32_t i) {
   const T *column = m[j];
-  return column && i <= Count(column) ? column[i] : T{};
+  return column && i <= Len(column) ? column[i] : T{};
 }
 
 template <class T>
@@ -94,7 +87,7 @@ T **NewMatrix(int32_t c, int32_t r) {
   if constexpr (std::is_same_v<T, double>) m = Matrix0(c, r);
   else if constexpr (std::is_same_v<T, Complex>) m = Matrix0C(c, r);
   else m = Matrix0L(c, r);
-  if (m && Cols(m) == c && (c == 0 || Rows(m) == r)) return m;
+  if (m && Cols(m) == c && (c == 0 || FileRows(m) == r)) return m;
   FreeMatrixAny(m);
   return nullptr;
 }
@@ -291,7 +284,7 @@ T **BlockToMatrix(const Block &b) {
 // the first.
 Complex **BlocksToMatrixC(const Block &re, const Block *im) {
   double **a = BlockToMatrix<double>(re);
-  int32_t c = Cols(a), r = Rows(a);
+  int32_t c = Cols(a), r = FileRows(a);
   Complex **m = NewMatrix<Complex>(c, r);
   if (!m) {
     FreeMatrix(a);
@@ -325,7 +318,7 @@ template <class T>
 T *TokensToVector(const std::vector<std::string_view> &tokens) {
   int32_t n = static_cast<int32_t>(std::min<std::size_t>(tokens.size(), INT32_MAX));
   T *v = NewVectorOf<T>(n);
-  if (Count(v) != n) return v;  // the length-0 fall-back
+  if (Len(v) != n) return v;  // the length-0 fall-back
   for (int32_t i = 1; i <= n; ++i) v[i] = ParseAs<T>(tokens[static_cast<std::size_t>(i - 1)]);
   return v;
 }
@@ -356,7 +349,7 @@ void PutElement(std::FILE *f, uint32_t x) { PutUInt(f, x); }
 
 template <class T>
 void PutMatrix(std::FILE *f, T *const *m, bool last) {
-  PutGrid(f, Cols(m), Rows(m), last, [m](std::FILE *s, int32_t j, int32_t i) { PutElement(s, At(m, j, i)); });
+  PutGrid(f, Cols(m), FileRows(m), last, [m](std::FILE *s, int32_t j, int32_t i) { PutElement(s, At(m, j, i)); });
 }
 
 template <class T>
@@ -367,7 +360,7 @@ int32_t WriteMatrixT(const char *path, T *const *m) {
 // One element a line.
 template <class T>
 int32_t WriteVectorT(const char *path, const T *v) {
-  int32_t n = Count(v);
+  int32_t n = Len(v);
   return WriteFile(path, "wb", [&](std::FILE *f) {
     PutGrid(f, 1, n, true, [v](std::FILE *s, int32_t, int32_t i) { PutElement(s, v[i]); });
   });
@@ -448,7 +441,7 @@ struct ByteReader {
 
 template <class T>
 void AppendMatrixText(std::string &out, T *const *m) {
-  int32_t c = Cols(m), r = c ? Rows(m) : 0;
+  int32_t c = Cols(m), r = c ? FileRows(m) : 0;
   AppendInt(out, c);
   AppendInt(out, r);
   for (int32_t j = 1; j <= c; ++j)
@@ -478,7 +471,7 @@ template <class T>
 int32_t WriteVectorBinT(const char *path, const T *v) {
   return Guard(int32_t{0}, [&] {
     std::string out;
-    int32_t n = Count(v);
+    int32_t n = Len(v);
     AppendInt(out, n);
     for (int32_t i = 1; i <= n; ++i) AppendElement(out, v[i]);
     return WriteBytes(path, out);
@@ -494,7 +487,7 @@ T *LoadVectorBinT(const char *path) {
     int32_t n = 0;
     if (!in.Int(n) || !in.Holds<T>(n)) return NewVectorOf<T>(0);
     T *v = NewVectorOf<T>(n);
-    if (Count(v) != n) return v;
+    if (Len(v) != n) return v;
     for (int32_t i = 1; i <= n; ++i) in.Element(v[i]);
     return v;
   });
@@ -579,13 +572,13 @@ T ***Uniform(T ***mv) {
   int32_t n = MVLength(mv), c = 0, r = 0;
   for (int32_t t = 1; t <= n; ++t) {
     c = std::max(c, Cols(mv[t]));
-    r = std::max(r, Rows(mv[t]));
+    r = std::max(r, FileRows(mv[t]));
   }
   bool same = true;
   for (int32_t t = 1; t <= n; ++t) {
     if (Cols(mv[t]) != c) same = false;
     for (int32_t j = 1; j <= Cols(mv[t]); ++j)
-      if (Count(mv[t][j]) != r) same = false;
+      if (Len(mv[t][j]) != r) same = false;
   }
   if (same) return mv;
   T ***out = NewMV<T>(n);
@@ -631,7 +624,7 @@ int32_t WriteBlocksMVC(const char *path, Complex *const *const *mv) {
   return WriteComplexParts(path, [&](std::FILE *f, int k) {
     for (int32_t t = 1; t <= n; ++t) {
       Complex *const *m = mv[t];
-      PutGrid(f, Cols(m), Rows(m), t == n, [&](std::FILE *s, int32_t j, int32_t i) { PutReal(s, Part(At(m, j, i), k)); });
+      PutGrid(f, Cols(m), FileRows(m), t == n, [&](std::FILE *s, int32_t j, int32_t i) { PutReal(s, Part(At(m, j, i), k)); });
       if (t < n) std::fputc('\n', f);
     }
   });
@@ -715,8 +708,8 @@ char **LoadLines(const char *path, int64_t limit) {
 }  // namespace qvx
 
 using qvx::Cols;
-using qvx::Count;
-using qvx::Rows;
+using qvx::FileRows;
+using qvx::Len;
 
 extern "C" {
 
@@ -843,7 +836,7 @@ QVX_API Complex *LoadVectorC(const char *path) noexcept {
     auto a = qvx::AllTokens(re), b = qvx::AllTokens(im);
     int32_t n = static_cast<int32_t>(std::min<std::size_t>(a.size(), INT32_MAX));
     Complex *v = VectorC(n);
-    if (Count(v) != n) return v;
+    if (Len(v) != n) return v;
     for (int32_t i = 1; i <= n; ++i) {
       std::size_t k = static_cast<std::size_t>(i - 1);
       v[i] = Complex{qvx::ParseNumber(a[k]), k < b.size() ? qvx::ParseNumber(b[k]) : 0.0};
@@ -859,7 +852,7 @@ QVX_API int32_t WriteVectorL(const char *path, const int32_t *v) noexcept { retu
 
 // The four part files, one element a line.
 QVX_API int32_t WriteVectorC(const char *path, const Complex *v) noexcept {
-  int32_t n = Count(v);
+  int32_t n = Len(v);
   return qvx::WriteComplexParts(path, [&](std::FILE *f, int k) {
     qvx::PutGrid(f, 1, n, true, [&](std::FILE *s, int32_t, int32_t i) { qvx::PutReal(s, qvx::Part(v[i], k)); });
   });
@@ -867,7 +860,7 @@ QVX_API int32_t WriteVectorC(const char *path, const Complex *v) noexcept {
 
 // The moduli, one a line.
 QVX_API int32_t WriteVectorAbsC(const char *path, const Complex *v) noexcept {
-  int32_t n = Count(v);
+  int32_t n = Len(v);
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     qvx::PutGrid(f, 1, n, true, [&](std::FILE *s, int32_t, int32_t i) { qvx::PutReal(s, qvx::Part(v[i], 2)); });
   });
@@ -925,14 +918,14 @@ QVX_API int32_t WriteMatrixUInt32(const char *path, uint32_t **m) noexcept { ret
 // Real part, imaginary part, modulus and phase, each to its own file.
 QVX_API int32_t WriteMatrixC(const char *path, Complex **m) noexcept {
   return qvx::WriteComplexParts(path, [&](std::FILE *f, int k) {
-    qvx::PutGrid(f, Cols(m), Rows(m), true,
+    qvx::PutGrid(f, Cols(m), FileRows(m), true,
                  [&](std::FILE *s, int32_t j, int32_t i) { qvx::PutReal(s, qvx::Part(qvx::At(m, j, i), k)); });
   });
 }
 
 QVX_API int32_t WriteMatrixAbsC(const char *path, Complex **m) noexcept {
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
-    qvx::PutGrid(f, Cols(m), Rows(m), true,
+    qvx::PutGrid(f, Cols(m), FileRows(m), true,
                  [&](std::FILE *s, int32_t j, int32_t i) { qvx::PutReal(s, qvx::Part(qvx::At(m, j, i), 2)); });
   });
 }
@@ -946,7 +939,7 @@ QVX_API int32_t **LoadMatrixLBin(const char *path) noexcept { return qvx::LoadMa
 
 // A complex data set, one sample a line: abscissa, real and imaginary part.
 QVX_API int32_t WriteMatrix1DC(const char *path, Complex **m) noexcept {
-  int32_t r = Cols(m) >= 2 ? std::min(Count(m[1]), Count(m[2])) : 0;
+  int32_t r = Cols(m) >= 2 ? std::min(Len(m[1]), Len(m[2])) : 0;
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     qvx::PutGrid(f, 3, r, true, [&](std::FILE *s, int32_t j, int32_t i) {
       qvx::PutReal(s, j == 1 ? m[1][i].re : (j == 2 ? m[2][i].re : m[2][i].im));
@@ -956,8 +949,8 @@ QVX_API int32_t WriteMatrix1DC(const char *path, Complex **m) noexcept {
 
 // The same with a fourth column from errors (0 where it has no element).
 QVX_API int32_t WriteMatrix1DCErr(const char *path, Complex **m, const double *errors) noexcept {
-  int32_t r = Cols(m) >= 2 ? std::min(Count(m[1]), Count(m[2])) : 0;
-  int32_t ne = Count(errors);
+  int32_t r = Cols(m) >= 2 ? std::min(Len(m[1]), Len(m[2])) : 0;
+  int32_t ne = Len(errors);
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     qvx::PutGrid(f, 4, r, true, [&](std::FILE *s, int32_t j, int32_t i) {
       double x = j == 1 ? m[1][i].re : j == 2 ? m[2][i].re : j == 3 ? m[2][i].im : (i <= ne ? errors[i] : 0.0);
@@ -971,7 +964,7 @@ QVX_API int32_t WriteMatrix1DCErr(const char *path, Complex **m, const double *e
 QVX_API Complex **LoadMatrix1DC(const char *path) noexcept {
   return qvx::Guard(static_cast<Complex **>(nullptr), [&] {
     double **a = LoadMatrix(path);
-    int32_t r = Rows(a), c = Cols(a);
+    int32_t r = FileRows(a), c = Cols(a);
     Complex **m = qvx::NewMatrix<Complex>(2, r);
     if (!m) {
       FreeMatrix(a);
@@ -1064,9 +1057,9 @@ QVX_API int32_t WriteMV(const char *path, double ***mv) noexcept {
   int32_t n = qvx::MVLength(mv);
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     std::fprintf(f, "%d", n);
-    for (int32_t t = 1; t <= n; ++t) std::fprintf(f, " %d %d", Cols(mv[t]), Cols(mv[t]) ? Rows(mv[t]) : 0);
+    for (int32_t t = 1; t <= n; ++t) std::fprintf(f, " %d %d", Cols(mv[t]), Cols(mv[t]) ? FileRows(mv[t]) : 0);
     int32_t last = n;  // the last matrix holding elements ends the file
-    while (last > 0 && (Cols(mv[last]) == 0 || Rows(mv[last]) == 0)) --last;
+    while (last > 0 && (Cols(mv[last]) == 0 || FileRows(mv[last]) == 0)) --last;
     if (last > 0) std::fputc('\n', f);
     for (int32_t t = 1; t <= last; ++t) qvx::PutMatrix(f, mv[t], t == last);
   });
@@ -1098,7 +1091,7 @@ QVX_API double ***LoadMV(const char *path) noexcept {
 
 QVX_API int32_t LoadMVSize(const char *path) noexcept {
   int32_t *specs = LoadMVSpecs(path);
-  int32_t n = Count(specs) ? specs[1] : 0;
+  int32_t n = Len(specs) ? specs[1] : 0;
   FreeVectorL(specs);
   return n;
 }
@@ -1113,7 +1106,7 @@ QVX_API int32_t *LoadMVSpecs(const char *path) noexcept {
     if (!qvx::ReadHeaded(path, text, head, rows) || !qvx::MVSpecs(head, rows, specs)) return VectorL(0);
     int32_t k = static_cast<int32_t>(specs.size());
     int32_t *v = VectorL(k);
-    if (Count(v) != k) return v;
+    if (Len(v) != k) return v;
     for (int32_t i = 1; i <= k; ++i) v[i] = specs[static_cast<std::size_t>(i - 1)];
     return v;
   });
@@ -1137,7 +1130,7 @@ QVX_API Complex ***LoadVectorMatrixBinC(const char *path) noexcept {
 
 // VM form: "m n k", then the k rows of n numbers of each of the m elements.
 QVX_API int32_t WriteVM(const char *path, double ***vm) noexcept {
-  int32_t m = qvx::MVLength(vm), n = m ? Cols(vm[1]) : 0, k = n ? Rows(vm[1]) : 0;
+  int32_t m = qvx::MVLength(vm), n = m ? Cols(vm[1]) : 0, k = n ? FileRows(vm[1]) : 0;
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     std::fprintf(f, "%d %d %d", m, n, k);
     if (m > 0 && n > 0 && k > 0) std::fputc('\n', f);
@@ -1176,7 +1169,7 @@ QVX_API double ***LoadVM(const char *path) noexcept {
 // two columns, abscissas and ordinates) sharing their abscissas: one line a
 // sample, the abscissa of the first set followed by the ordinate of each set.
 QVX_API int32_t WriteVectorMatrix1D(const char *path, double ***vm) noexcept {
-  int32_t m = qvx::MVLength(vm), k = m && Cols(vm[1]) >= 1 ? Count(vm[1][1]) : 0;
+  int32_t m = qvx::MVLength(vm), k = m && Cols(vm[1]) >= 1 ? Len(vm[1][1]) : 0;
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     qvx::PutGrid(f, m + 1, m ? k : 0, true, [&](std::FILE *s, int32_t j, int32_t i) {
       double x = j == 1 ? qvx::At(vm[1], 1, i) : (Cols(vm[j - 1]) >= 2 ? qvx::At(vm[j - 1], 2, i) : 0.0);
@@ -1188,7 +1181,7 @@ QVX_API int32_t WriteVectorMatrix1D(const char *path, double ***vm) noexcept {
 // Complex ordinates: the abscissa (real part of the first set's), then the
 // real and imaginary part of each set's ordinate.
 QVX_API int32_t WriteVectorMatrix1DC(const char *path, Complex ***vm) noexcept {
-  int32_t m = qvx::MVLength(vm), k = m && Cols(vm[1]) >= 1 ? Count(vm[1][1]) : 0;
+  int32_t m = qvx::MVLength(vm), k = m && Cols(vm[1]) >= 1 ? Len(vm[1][1]) : 0;
   return qvx::WriteFile(path, "wb", [&](std::FILE *f) {
     qvx::PutGrid(f, 2 * m + 1, m ? k : 0, true, [&](std::FILE *s, int32_t j, int32_t i) {
       if (j == 1) return qvx::PutReal(s, qvx::At(vm[1], 1, i).re);
@@ -1202,7 +1195,7 @@ QVX_API int32_t WriteVectorMatrix1DC(const char *path, Complex ***vm) noexcept {
 QVX_API double ***LoadVectorMatrix1D(const char *path) noexcept {
   return qvx::Guard(static_cast<double ***>(nullptr), [&] {
     double **a = LoadMatrix(path);
-    int32_t c = Cols(a), k = Rows(a), m = c > 1 ? c - 1 : 0;
+    int32_t c = Cols(a), k = FileRows(a), m = c > 1 ? c - 1 : 0;
     double ***vm = VectorMatrix0(m, 2, k);
     if (vm)
       for (int32_t s = 1; s <= m; ++s)
@@ -1218,7 +1211,7 @@ QVX_API double ***LoadVectorMatrix1D(const char *path) noexcept {
 QVX_API Complex ***LoadVectorMatrix1DC(const char *path) noexcept {
   return qvx::Guard(static_cast<Complex ***>(nullptr), [&] {
     double **a = LoadMatrix(path);
-    int32_t c = Cols(a), k = Rows(a), m = c > 1 ? (c - 1) / 2 : 0;
+    int32_t c = Cols(a), k = FileRows(a), m = c > 1 ? (c - 1) / 2 : 0;
     Complex ***vm = VectorMatrixC(m, 2, k);
     if (vm)
       for (int32_t s = 1; s <= m; ++s)
@@ -1297,22 +1290,22 @@ QVX_API void PrintS(const char *text) noexcept { std::printf("%s\n", text ? text
 
 // Vectors print one element a line.
 QVX_API void PrintVector(const double *v) noexcept {
-  for (int32_t i = 1; i <= Count(v); ++i) std::printf("%.3E\n", v[i]);
+  for (int32_t i = 1; i <= Len(v); ++i) std::printf("%.3E\n", v[i]);
 }
 QVX_API void PrintVectorC(const Complex *v) noexcept {
-  for (int32_t i = 1; i <= Count(v); ++i) std::printf("%.3E + %.3E i\n", v[i].re, v[i].im);
+  for (int32_t i = 1; i <= Len(v); ++i) std::printf("%.3E + %.3E i\n", v[i].re, v[i].im);
 }
 QVX_API void PrintVectorF(const float *v) noexcept {
-  for (int32_t i = 1; i <= Count(v); ++i) std::printf("%.3E\n", static_cast<double>(v[i]));
+  for (int32_t i = 1; i <= Len(v); ++i) std::printf("%.3E\n", static_cast<double>(v[i]));
 }
 QVX_API void PrintVectorI(const int32_t *v) noexcept {
-  for (int32_t i = 1; i <= Count(v); ++i) std::printf("%d\n", v[i]);
+  for (int32_t i = 1; i <= Len(v); ++i) std::printf("%d\n", v[i]);
 }
 QVX_API void PrintVectorL(const int32_t *v) noexcept { PrintVectorI(v); }
 
 // Matrices print one line a row.
 QVX_API void PrintMatrixC(Complex **m) noexcept {
-  for (int32_t i = 1; i <= Rows(m); ++i) {
+  for (int32_t i = 1; i <= FileRows(m); ++i) {
     for (int32_t j = 1; j <= Cols(m); ++j) {
       Complex z = qvx::At(m, j, i);
       std::printf("%.3E+%.3Ei ", z.re, z.im);
@@ -1321,13 +1314,13 @@ QVX_API void PrintMatrixC(Complex **m) noexcept {
   }
 }
 QVX_API void PrintMatrixF(float **m) noexcept {
-  for (int32_t i = 1; i <= Rows(m); ++i) {
+  for (int32_t i = 1; i <= FileRows(m); ++i) {
     for (int32_t j = 1; j <= Cols(m); ++j) std::printf("%.3E ", static_cast<double>(qvx::At(m, j, i)));
     std::printf("\n");
   }
 }
 QVX_API void PrintMatrixI(int32_t **m) noexcept {
-  for (int32_t i = 1; i <= Rows(m); ++i) {
+  for (int32_t i = 1; i <= FileRows(m); ++i) {
     for (int32_t j = 1; j <= Cols(m); ++j) std::printf("%d ", qvx::At(m, j, i));
     std::printf("\n");
   }

@@ -26,20 +26,12 @@ namespace qvx::vu {
 
 // ---- lengths ---------------------------------------------------------------
 
-// Short names for the toolkit's size readers (container_access.h).
-template <class T>
-inline int32_t Len(const T *v) {
-  return LengthOf(v);
-}
-template <class T>
-inline int32_t Cols(T *const *m) {
-  return ColsOf(m);
-}
-// Shortest column: a ragged matrix never leads past the end of a column.
-template <class T>
-inline int32_t Rows(T *const *m) {
-  return RowsOf(m);
-}
+// The toolkit's short size readers (container_access.h); Rows is the
+// shortest column, so a ragged matrix never leads past the end of a column.
+using qvx::Cols;
+using qvx::Len;
+using qvx::Rows;
+
 // MatrixVector (and VectorMatrix): mv[0][0][0] holds the count.
 template <class T>
 inline int32_t MVLen(T *const *const *mv) {

@@ -548,6 +548,39 @@ TEST(Fourier, DomainsPaddingCentringAndUnwrapping) {
   FreeMatrix(u);
 }
 
+// A complex domain keeps its abscissas in the real parts: each complex
+// domain function gives, in its real parts, exactly what the real one gives
+// for those real parts, keeps the imaginary parts where it shifts and zeroes
+// them where it builds a new grid.
+TEST(Fourier, ComplexDomainsMatchTheRealOnesBitForBit) {
+  for (int n : {1, 2, 8, 9}) {
+    double *x = RandomV(n, 11u + n);
+    Complex *xc = RandomVC(n, 23u + n);
+    for (int i = 1; i <= n; ++i) xc[i].re = x[i];
+    struct Row {
+      double *re;
+      Complex *c;
+      bool keepsIm;
+    };
+    const Row rows[] = {{CenterDomain(x), CenterDomainC(xc), true},
+                        {CenterDomainFFT(x), CenterDomainFFTC(xc), false},
+                        {FFTDomainChange(x), FFTDomainChangeC(xc), false},
+                        {DiscretizeDomainFFT(x[1], x[n], n), DiscretizeDomainFFTC(x[1], x[n], n), false}};
+    for (const Row &r : rows) {
+      ASSERT_EQ(n, (int)r.re[0]);
+      ASSERT_EQ(n, (int)r.c[0].re);
+      for (int i = 1; i <= n; ++i) {
+        EXPECT_EQ(r.re[i], r.c[i].re) << n << " " << i;
+        EXPECT_EQ(r.keepsIm ? xc[i].im : 0.0, r.c[i].im) << n << " " << i;
+      }
+      FreeVector(r.re);
+      FreeVectorC(r.c);
+    }
+    FreeVector(x);
+    FreeVectorC(xc);
+  }
+}
+
 TEST(Fourier, FilterFileIsReadDefensively) {
   using qvx::fourier::FilterShape;
   using qvx::fourier::ParseFilterShape;

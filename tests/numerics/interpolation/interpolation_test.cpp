@@ -420,6 +420,60 @@ TEST(Cropping, CentredCropsKeepTheCentreElement) {
   EXPECT_EQ(cvc.get()[2].re, 3);
 }
 
+// Cropping and down-sampling only move elements, so the complex members
+// act on each part as the real members do on it.
+TEST(Cropping, ComplexMembersActOnEachPartAsTheRealOnes) {
+  const int n = 7;
+  Vec re(Vector(n)), im(Vector(n));
+  VecC vc(VectorC(n));
+  for (int i = 1; i <= n; ++i) {
+    re.get()[i] = 0.1 * i * i - 1.3;
+    im.get()[i] = std::sin(0.7 * i);
+    vc.get()[i] = {re.get()[i], im.get()[i]};
+  }
+  auto sameParts = [](const Complex *c, const double *a, const double *b) {
+    ASSERT_EQ(Len(c), Len(a));
+    for (int i = 1; i <= Len(a); ++i) {
+      EXPECT_EQ(c[i].re, a[i]) << i;
+      EXPECT_EQ(c[i].im, b[i]) << i;
+    }
+  };
+  struct Window { int32_t i1, i2; };
+  for (const Window &w : {Window{1, 7}, Window{3, 5}, Window{-2, 4}, Window{6, 12}, Window{5, 2}}) {
+    VecC c(CropVectorC(vc.get(), w.i1, w.i2));
+    Vec a(CropVector(re.get(), w.i1, w.i2)), b(CropVector(im.get(), w.i1, w.i2));
+    sameParts(c.get(), a.get(), b.get());
+  }
+  for (int32_t factor : {1, 2, 3, 9, 0}) {
+    VecC c(DownSampleVC(vc.get(), factor));
+    Vec a(DownSampleV(re.get(), factor)), b(DownSampleV(im.get(), factor));
+    sameParts(c.get(), a.get(), b.get());
+  }
+  Mat mre(Matrix(3, 5)), mim(Matrix(3, 5));
+  MatC mc(MatrixC(3, 5));
+  for (int j = 1; j <= 3; ++j)
+    for (int i = 1; i <= 5; ++i) {
+      mre.get()[j][i] = 10.0 * j + i;
+      mim.get()[j][i] = -0.5 * j * i;
+      mc.get()[j][i] = {mre.get()[j][i], mim.get()[j][i]};
+    }
+  auto sameMatrix = [&](Complex **c, double **a, double **b) {
+    ASSERT_EQ(Cols(a), static_cast<int>(c[0][0].re));
+    for (int j = 1; j <= Cols(a); ++j) sameParts(c[j], a[j], b[j]);
+  };
+  for (int32_t factor : {1, 2, 4, 0}) {
+    MatC c(DownSampleColsC(mc.get(), factor));
+    Mat a(DownSampleCols(mre.get(), factor)), b(DownSampleCols(mim.get(), factor));
+    sameMatrix(c.get(), a.get(), b.get());
+  }
+  struct Box { int32_t c1, c2, r1, r2; };
+  for (const Box &x : {Box{1, 3, 1, 5}, Box{2, 3, 2, 4}, Box{0, 9, -1, 2}, Box{3, 1, 1, 5}}) {
+    MatC c(CropMatrixC(mc.get(), x.c1, x.c2, x.r1, x.r2));
+    Mat a(CropMatrix(mre.get(), x.c1, x.c2, x.r1, x.r2)), b(CropMatrix(mim.get(), x.c1, x.c2, x.r1, x.r2));
+    sameMatrix(c.get(), a.get(), b.get());
+  }
+}
+
 TEST(Cropping, DownSamplingKeepsEveryFactorthElement) {
   Vec v = MakeVector({1, 2, 3, 4, 5, 6, 7});
   struct Row { int32_t factor, len; };
