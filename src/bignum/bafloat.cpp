@@ -243,9 +243,9 @@ QVX_API BitArrayFloat *SquareRootBitArrayFloat(BitArrayFloat *a, uint64_t digits
 QVX_API BitArrayFloat *ExponentiateBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b, uint64_t digits,
                                                   unsigned char *abort) noexcept {
   if (!Valid(a) || !Valid(b)) return nullptr;
-  // Only integer exponents have a finite exact path; a fractional one is refused.
-  if (!FractionZero(b)) return nullptr;
   return qvx::Guard(static_cast<BitArrayFloat *>(nullptr), [&]() -> BitArrayFloat * {
+    // Only integer exponents have a finite exact path; a fractional one is refused.
+    if (!FractionZero(b)) return nullptr;
     Scaled x = ToScaled(a);
     Nat k = bn::FromBitArray(b->integer);
     const bool negative = b->sign < 0 && !k.empty();
