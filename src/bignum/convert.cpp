@@ -284,10 +284,11 @@ QVX_API char *PrintBitArrayFloatToDecimal(BitArrayFloat *a, int32_t digits, unsi
 
 QVX_API char *PrintBitArrayFloatToHexadecimal(BitArrayFloat *a) noexcept {
   if (!a || !Valid(a->integer) || !Valid(a->fraction)) return nullptr;
+  const bool whole = TestZeroBitArray(a->fraction) != 0;
   qvx::Owned<char, FreeString> i(BitArrayToHexadecimalIntegerString(a->integer));
-  qvx::Owned<char, FreeString> f(TestZeroBitArray(a->fraction) ? nullptr
-                                                                : BitArrayToHexadecimalFractionalString(a->fraction));
-  if (!i) return nullptr;
+  qvx::Owned<char, FreeString> f(whole ? nullptr : BitArrayToHexadecimalFractionalString(a->fraction));
+  // A fraction that could not be printed is a failure, not a whole number.
+  if (!i || (!whole && !f)) return nullptr;
   return qvx::Guard(static_cast<char *>(nullptr), [&] {
     std::string s = std::string(a->sign < 0 ? "-" : "") + i.get();
     if (f) s += std::string(".") + f.get();
