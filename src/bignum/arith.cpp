@@ -17,6 +17,7 @@
 #include "bignum/natural.h"
 #include "common/boundary.h"
 #include "common/modular.h"
+#include "common/owned.h"
 
 using qvx::bn::Nat;
 namespace bn = qvx::bn;
@@ -180,14 +181,10 @@ Nat NewtonInverseRoot(const Nat &a, uint64_t p, uint64_t *e_out, const unsigned 
 
 // integer = prod >> e (reduced), fraction = low e bits of prod with e bits.
 BitArrayFloat *SplitFixed(const Nat &prod, uint64_t e) {
-  BitArray *integer = bn::ToBitArray(bn::ShiftRight(prod, e));
-  BitArray *fraction = e ? bn::ToBitArray(bn::LowBits(prod, e), e) : Zero();
-  if (!integer || !fraction) {
-    FreeBitArray(integer);
-    FreeBitArray(fraction);
-    return nullptr;
-  }
-  return NewFloat(integer, fraction, 1);
+  qvx::Owned<BitArray, FreeBitArray> integer(bn::ToBitArray(bn::ShiftRight(prod, e)));
+  qvx::Owned<BitArray, FreeBitArray> fraction(e ? bn::ToBitArray(bn::LowBits(prod, e), e) : Zero());
+  if (!integer || !fraction) return nullptr;
+  return NewFloat(integer.release(), fraction.release(), 1);
 }
 
 }  // namespace
@@ -273,7 +270,10 @@ QVX_API BitArrayFloat *DivideBitArrays(BitArray *a, BitArray *b, uint64_t precis
   return qvx::Guard(static_cast<BitArrayFloat *>(nullptr), [&]() -> BitArrayFloat * {
     Nat x = bn::FromBitArray(a), y = bn::FromBitArray(b);
     if (y.empty()) return NewFloat(nullptr, nullptr, 1);
-    if (x == y) return NewFloat(bn::ToBitArray(Nat{1}), Zero(), 1);
+    if (x == y) {
+      const Nat one{1};  // made before either part, so no part waits on an allocation
+      return NewFloat(bn::ToBitArray(one), Zero(), 1);
+    }
     if (IsPowerOfTwo(y)) {  // a split of a at the binary point
       uint64_t e = bn::BitLength(y) - 1, la = std::max<uint64_t>(bn::BitLength(x), 1);
       if (e == 0) return NewFloat(bn::ToBitArray(x), Zero(), 1);

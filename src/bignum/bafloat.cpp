@@ -15,6 +15,7 @@
 #include "bignum/natural.h"
 #include "bignum/stream.h"
 #include "common/boundary.h"
+#include "common/owned.h"
 
 using qvx::bn::Nat;
 namespace bn = qvx::bn;
@@ -61,10 +62,10 @@ BitArrayFloat *NewRecord(BitArray *integer, BitArray *fraction, int8_t sign) {
 // N / 2^f cut into integer and trimmed fraction; a zero gets sign 1.
 BitArrayFloat *FromScaled(const Nat &n, uint64_t f, int8_t sign) {
   if (n.empty()) sign = 1;
-  BitArray *integer = bn::ToBitArray(bn::ShiftRight(n, f));
-  BitArray *fraction = f ? bn::ToBitArray(bn::LowBits(n, f), f) : bn::NewBitArray(1);
-  if (fraction) TrimLowerZeroBits(fraction);
-  return NewRecord(integer, fraction, sign);
+  qvx::Owned<BitArray, FreeBitArray> integer(bn::ToBitArray(bn::ShiftRight(n, f)));
+  qvx::Owned<BitArray, FreeBitArray> fraction(f ? bn::ToBitArray(bn::LowBits(n, f), f) : bn::NewBitArray(1));
+  if (fraction) TrimLowerZeroBits(fraction.get());
+  return NewRecord(integer.release(), fraction.release(), sign);
 }
 
 BitArrayFloat *ZeroFloat() { return NewRecord(bn::NewBitArray(1), bn::NewBitArray(1), 1); }
@@ -243,36 +244,29 @@ QVX_API BitArrayFloat *SquareRootBitArrayFloat(BitArrayFloat *a, uint64_t digits
 QVX_API BitArrayFloat *ExponentiateBitArrayFloats(BitArrayFloat *a, BitArrayFloat *b, uint64_t digits,
                                                   unsigned char *abort) noexcept {
   if (!Valid(a) || !Valid(b)) return nullptr;
-  // Only integer exponents have a finite exact path; a fractional one is refused.
-  if (!FractionZero(b)) return nullptr;
   return qvx::Guard(static_cast<BitArrayFloat *>(nullptr), [&]() -> BitArrayFloat * {
+    // Only integer exponents have a finite exact path; a fractional one is refused.
+    if (!FractionZero(b)) return nullptr;
     Scaled x = ToScaled(a);
     Nat k = bn::FromBitArray(b->integer);
     const bool negative = b->sign < 0 && !k.empty();
     const int8_t sign = (x.sign < 0 && bn::TestBit(k, 0)) ? -1 : 1;
-    if (k.empty()) return NewRecord(bn::ToBitArray(Nat{1}), bn::NewBitArray(1), 1);
+    if (k.empty()) {
+      const Nat one{1};  // made before either part, so no part waits on an allocation
+      return NewRecord(bn::ToBitArray(one), bn::NewBitArray(1), 1);
+    }
     if (x.n.empty()) return negative ? nullptr : ZeroFloat();
     if (k.size() > 1 || static_cast<double>(x.f) * static_cast<double>(k[0]) > 68719476736.0) return nullptr;
     // (N / 2^f)^k = N^k / 2^(f k)
-    BitArray *base = bn::ToBitArray(x.n);
-    BitArray *power = base ? ExponentiateBitArrays(base, b->integer, abort) : nullptr;
-    FreeBitArray(base);
+    using OwnedBits = qvx::Owned<BitArray, FreeBitArray>;
+    OwnedBits power;
+    if (OwnedBits base{bn::ToBitArray(x.n)}) power.reset(ExponentiateBitArrays(base.get(), b->integer, abort));
     if (!power) return nullptr;
-    if (bn::Aborted(abort)) {
-      FreeBitArray(power);
-      return ZeroFloat();
-    }
+    if (bn::Aborted(abort)) return ZeroFloat();
     const uint64_t shift = x.f * k[0];
-    BitArrayFloat *r = nullptr;
-    if (!negative) {
-      r = FromScaled(bn::FromBitArray(power), shift, sign);
-    } else {
-      BitArray *num = bn::ToBitArray(bn::PowerOfTwo(shift));
-      r = num ? Finish(DivideBitArrays(num, power, DigitBits(digits), abort), sign) : nullptr;
-      FreeBitArray(num);
-    }
-    FreeBitArray(power);
-    return r;
+    if (!negative) return FromScaled(bn::FromBitArray(power.get()), shift, sign);
+    OwnedBits num(bn::ToBitArray(bn::PowerOfTwo(shift)));
+    return num ? Finish(DivideBitArrays(num.get(), power.get(), DigitBits(digits), abort), sign) : nullptr;
   });
 }
 

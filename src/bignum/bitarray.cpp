@@ -172,8 +172,10 @@ QVX_API int32_t TestZeroBitArray(BitArray *a) noexcept {
 }
 
 QVX_API int32_t TestUnitBitArray(BitArray *a) noexcept {
-  Nat n = qvx::bn::FromBitArray(a);
-  return n.size() == 1 && n[0] == 1;
+  return qvx::Guard(static_cast<int32_t>(0), [&] {
+    Nat n = qvx::bn::FromBitArray(a);
+    return static_cast<int32_t>(n.size() == 1 && n[0] == 1);
+  });
 }
 
 QVX_API int32_t TestEqualBitArrays(BitArray *a, BitArray *b) noexcept {

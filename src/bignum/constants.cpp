@@ -8,6 +8,7 @@
 // one 64-bit word before touching a big number, with the factors of two
 // taken out and restored by one shift; the exported workers that take
 // BitArray bounds run the same code on 64-bit bounds.
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -21,11 +22,20 @@ namespace {
 
 bool Valid(const BitArray *a) { return a && a->data && a->words > 0 && a->bits > 0; }
 
-// A BitArray bound as 64-bit value; false when it does not fit.
+// A BitArray bound as 64-bit value; false when it does not fit. Reads the
+// words in place (bits at or above `bits` masked off), so the bound checks
+// of the exports allocate nothing.
 bool ToU64(const BitArray *a, uint64_t *out) {
-  Nat v = bn::FromBitArray(a);
-  if (v.size() > 1) return false;
-  *out = v.empty() ? 0 : v[0];
+  *out = 0;
+  if (!a || !a->data || a->bits == 0) return true;
+  const uint64_t words = std::min((a->bits + 63) / 64, a->words);
+  const unsigned top = a->bits % 64;
+  for (uint64_t w = 0; w < words; ++w) {
+    uint64_t x = a->data[w];
+    if (w + 1 == words && w * 64 + 64 > a->bits && top) x &= (uint64_t{1} << top) - 1;
+    if (w == 0) *out = x;
+    else if (x) return false;
+  }
   return true;
 }
 

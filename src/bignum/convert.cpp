@@ -16,6 +16,7 @@
 
 #include "bignum/natural.h"
 #include "common/boundary.h"
+#include "common/owned.h"
 
 using qvx::bn::Nat;
 namespace bn = qvx::bn;
@@ -67,10 +68,9 @@ std::string HexDigits(const Nat &a, std::size_t digits) {
 // rounding; a carry out of the first digit leaves n zeros and sets *carry.
 std::string RoundDigits(const std::string &text, int32_t n, bool *carry) {
   int32_t c = 0;
-  char *rounded = RoundIntegerString(text.c_str(), n, &c);
+  qvx::Owned<char, FreeString> rounded(RoundIntegerString(text.c_str(), n, &c));
   if (!rounded) throw std::bad_alloc();
-  std::string r(rounded);
-  FreeString(rounded);
+  std::string r(rounded.get());
   *carry = c != 0;
   return r;
 }
@@ -185,19 +185,12 @@ QVX_API BitArrayFloat *InitializeBitArrayFloatFromDecimal(const char *text, uint
     uint64_t d = fp.size();
     if (precision < 69) precision = 68;
     if (precision <= 5 * d) precision = 5 * d;
-    BitArray *integer = DecimalIntegerStringToBitArray(ip.c_str(), abort);
-    BitArray *fraction = fp.empty() ? bn::NewBitArray(1) : DecimalFractionalStringToBitArray(fp.c_str(), precision, abort);
-    if (!integer || !fraction) {
-      FreeBitArray(integer);
-      FreeBitArray(fraction);
-      return nullptr;
-    }
-    BitArrayFloat *r = InitializeBitArrayFloatFromBitArrays(integer, fraction, sign);
-    if (!r) {
-      FreeBitArray(integer);
-      FreeBitArray(fraction);
-    }
-    return r;
+    qvx::Owned<BitArray, FreeBitArray> integer(DecimalIntegerStringToBitArray(ip.c_str(), abort));
+    qvx::Owned<BitArray, FreeBitArray> fraction(
+        fp.empty() ? bn::NewBitArray(1) : DecimalFractionalStringToBitArray(fp.c_str(), precision, abort));
+    if (!integer || !fraction) return nullptr;
+    // The record takes both parts, and frees them itself when it fails.
+    return InitializeBitArrayFloatFromBitArrays(integer.release(), fraction.release(), sign);
   });
 }
 
@@ -212,19 +205,11 @@ QVX_API BitArrayFloat *InitializeBitArrayFloatFromHexadecimal(const char *text) 
     std::string s(text);
     std::size_t dot = s.find('.');
     std::string ip = s.substr(0, dot), fp = dot == std::string::npos ? "" : s.substr(dot + 1);
-    BitArray *integer = HexadecimalIntegerStringToBitArray(ip.c_str());
-    BitArray *fraction = HexadecimalFractionalStringToBitArray(fp.c_str());
-    if (!integer || !fraction) {
-      FreeBitArray(integer);
-      FreeBitArray(fraction);
-      return nullptr;
-    }
-    BitArrayFloat *r = InitializeBitArrayFloatFromBitArrays(integer, fraction, sign);
-    if (!r) {
-      FreeBitArray(integer);
-      FreeBitArray(fraction);
-    }
-    return r;
+    qvx::Owned<BitArray, FreeBitArray> integer(HexadecimalIntegerStringToBitArray(ip.c_str()));
+    qvx::Owned<BitArray, FreeBitArray> fraction(HexadecimalFractionalStringToBitArray(fp.c_str()));
+    if (!integer || !fraction) return nullptr;
+    // The record takes both parts, and frees them itself when it fails.
+    return InitializeBitArrayFloatFromBitArrays(integer.release(), fraction.release(), sign);
   });
 }
 
@@ -263,15 +248,10 @@ QVX_API char *BitArrayToHexadecimalFractionalString(BitArray *a) noexcept {
 
 QVX_API char *PrintBitArrayFloat(BitArrayFloat *a) noexcept {
   if (!a || !Valid(a->integer) || !Valid(a->fraction)) return nullptr;
-  char *i = PrintBitArray(a->integer);
-  char *f = PrintBitArray(a->fraction);
-  char *r = nullptr;
-  if (i && f)
-    r = qvx::Guard(static_cast<char *>(nullptr),
-                   [&] { return Own(std::string(a->sign < 0 ? "-" : "") + i + "." + f); });
-  std::free(i);
-  std::free(f);
-  return r;
+  qvx::Owned<char, FreeString> i(PrintBitArray(a->integer)), f(PrintBitArray(a->fraction));
+  if (!i || !f) return nullptr;
+  return qvx::Guard(static_cast<char *>(nullptr),
+                    [&] { return Own(std::string(a->sign < 0 ? "-" : "") + i.get() + "." + f.get()); });
 }
 
 QVX_API char *PrintBitArrayFloatToDecimal(BitArrayFloat *a, int32_t digits, unsigned char *abort) noexcept {
@@ -304,17 +284,16 @@ QVX_API char *PrintBitArrayFloatToDecimal(BitArrayFloat *a, int32_t digits, unsi
 
 QVX_API char *PrintBitArrayFloatToHexadecimal(BitArrayFloat *a) noexcept {
   if (!a || !Valid(a->integer) || !Valid(a->fraction)) return nullptr;
-  char *i = BitArrayToHexadecimalIntegerString(a->integer);
-  char *f = TestZeroBitArray(a->fraction) ? nullptr : BitArrayToHexadecimalFractionalString(a->fraction);
-  char *r = nullptr;
-  if (i) {
-    std::string s = std::string(a->sign < 0 ? "-" : "") + i;
-    if (f) s += std::string(".") + f;
-    r = qvx::Guard(static_cast<char *>(nullptr), [&] { return Own(s); });
-  }
-  std::free(i);
-  std::free(f);
-  return r;
+  const bool whole = TestZeroBitArray(a->fraction) != 0;
+  qvx::Owned<char, FreeString> i(BitArrayToHexadecimalIntegerString(a->integer));
+  qvx::Owned<char, FreeString> f(whole ? nullptr : BitArrayToHexadecimalFractionalString(a->fraction));
+  // A fraction that could not be printed is a failure, not a whole number.
+  if (!i || (!whole && !f)) return nullptr;
+  return qvx::Guard(static_cast<char *>(nullptr), [&] {
+    std::string s = std::string(a->sign < 0 ? "-" : "") + i.get();
+    if (f) s += std::string(".") + f.get();
+    return Own(s);
+  });
 }
 
 }  // extern "C"

@@ -763,15 +763,15 @@ Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *own
   }
   int32_t own = 0;
   Object *o = EvaluateOperand(text, env, &own, f);
-  if (o && o->tag == kTagSplit) {
-    const SplitValue *s = Split(o);
+  Held h(o, own);
+  if (h.object && h.object->tag == kTagSplit) {
+    const SplitValue *s = Split(h.object);
     const std::string joined = JoinComplexText(s->re ? s->re : "", s->im ? s->im : "");
-    if (own) FreeObject(o);
+    h.Reset();
     *owned = 1;
     return ObjectFromText(joined, env);
   }
-  *owned = own;
-  return o;
+  return h.Release(owned);
 }
 
 }  // namespace qvx

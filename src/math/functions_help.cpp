@@ -178,7 +178,7 @@ void Append(HelpList *list, const HelpRow &row, const char *usageOverride) {
   r->usage = DupText(usageOverride ? usageOverride : row.usage);
   r->label = DupText(row.label);
   // The split and derive handlers of the function of the same name.
-  const std::string name(row.prefix, std::strcspn(row.prefix, "(:"));
+  const std::string_view name(row.prefix, std::strcspn(row.prefix, "(:"));
   for (const PredefinedFunction &f : PredefinedFunctions()) {
     const std::string_view key(f.key);
     if (key.substr(0, key.find('(')) == name) {
@@ -312,14 +312,27 @@ QVX_API char **GetEnvironmentFunctionLabels(void) noexcept {
 QVX_API char **GetProgrammingCommandLabels(void) noexcept {
   return Guard(static_cast<char **>(nullptr), [&] { return Labels(G().programmingCommands, kProgramming); });
 }
-QVX_API int32_t GetPredefinedFunctionListSize(void) noexcept { return Size(G().predefinedFunctions, kPredefined); }
-QVX_API int32_t GetEnvironmentFunctionListSize(void) noexcept {
-  return Size(G().environmentFunctions, kEnvironment);
+// The first look at the record may build the default one, which allocates.
+QVX_API int32_t GetPredefinedFunctionListSize(void) noexcept {
+  return Guard(int32_t{0}, [] { return Size(G().predefinedFunctions, kPredefined); });
 }
-QVX_API int32_t GetProgrammingCommandListSize(void) noexcept { return Size(G().programmingCommands, kProgramming); }
-QVX_API char *Instructions(void) noexcept { return InstructionText(0); }
-QVX_API char *InstructionsGraphing(void) noexcept { return InstructionText(1); }
-QVX_API char *InstructionsProgramming(void) noexcept { return InstructionText(2); }
-QVX_API char *InstructionsFourier(void) noexcept { return InstructionText(3); }
+QVX_API int32_t GetEnvironmentFunctionListSize(void) noexcept {
+  return Guard(int32_t{0}, [] { return Size(G().environmentFunctions, kEnvironment); });
+}
+QVX_API int32_t GetProgrammingCommandListSize(void) noexcept {
+  return Guard(int32_t{0}, [] { return Size(G().programmingCommands, kProgramming); });
+}
+QVX_API char *Instructions(void) noexcept {
+  return Guard(static_cast<char *>(nullptr), [] { return InstructionText(0); });
+}
+QVX_API char *InstructionsGraphing(void) noexcept {
+  return Guard(static_cast<char *>(nullptr), [] { return InstructionText(1); });
+}
+QVX_API char *InstructionsProgramming(void) noexcept {
+  return Guard(static_cast<char *>(nullptr), [] { return InstructionText(2); });
+}
+QVX_API char *InstructionsFourier(void) noexcept {
+  return Guard(static_cast<char *>(nullptr), [] { return InstructionText(3); });
+}
 
 }  // extern "C"

@@ -16,11 +16,11 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <vector>
 
 #include "common/boundary.h"
 #include "common/complex.h"
+#include "common/owned.h"
 #include "libquorvex.h"
 #include "numerics/linalg/linalg.h"
 #include "persistence/memfile.h"
@@ -121,7 +121,8 @@ bool WellFormed(const Tensor *t, int32_t rank) {
   return true;
 }
 
-void Walk(const Tensor *t, const std::function<void(Complex *)> &visit) {
+template <class Visit>
+void Walk(const Tensor *t, const Visit &visit) {
   if (t->rank == 0) {
     visit(static_cast<Complex *>(t->items[0]));
     return;
@@ -155,17 +156,21 @@ Complex **ToMatrix(const Tensor *t) {
   Flat f;
   if (!Load(t, f) || f.shape.size() != 2) return nullptr;
   int32_t rows = f.shape[0], cols = f.shape[1];
-  Complex **m = MatrixC(cols, rows);
-  if (!m || m[0][0].re != cols || (cols > 0 && m[1][0].re != rows)) {
-    FreeMatrixC(m);
-    return nullptr;
-  }
+  Owned<Complex *, FreeMatrixC> m(MatrixC(cols, rows));
+  if (!m || m.get()[0][0].re != cols || (cols > 0 && m.get()[1][0].re != rows)) return nullptr;
   for (int32_t i = 0; i < rows; ++i)
-    for (int32_t j = 0; j < cols; ++j) m[j + 1][i + 1] = f.values[static_cast<size_t>(i) * cols + j];
-  return m;
+    for (int32_t j = 0; j < cols; ++j) m.get()[j + 1][i + 1] = f.values[static_cast<size_t>(i) * cols + j];
+  return m.release();
 }
 
 bool SquareMatrixShape(const Shape &s) { return s.size() == 2 && s[0] == s[1] && s[0] > 0; }
+
+// The eigenvalues and eigenvectors of a square rank 2 Tensor, as the QR
+// algorithm answers them (a MatrixVector of 2); null when it cannot be read.
+Complex ***Eigensystem(const Tensor *t) {
+  Owned<Complex *, FreeMatrixC> m(ToMatrix(t));
+  return m ? QRAlgorithm2(m.get()) : nullptr;
+}
 
 Tensor *Read(void *stream, StreamMode mode, int32_t depth) {
   int32_t rank = 0, length = 0;
@@ -183,22 +188,16 @@ Tensor *Read(void *stream, StreamMode mode, int32_t depth) {
     uint64_t left = m->position < m->size ? m->size - m->position : 0;
     if (static_cast<uint64_t>(length) * 8 > left) return nullptr;
   }
-  std::vector<Tensor *> items;
+  std::vector<Owned<Tensor, FreeLevels>> items;
   for (int32_t i = 0; i < length; ++i) {
-    Tensor *item = Read(stream, mode, depth + 1);
-    if (!item || item->rank != rank - 1 || (!items.empty() && !SameShape(items[0], item, rank - 1))) {
-      FreeLevels(item);
-      for (Tensor *x : items) FreeLevels(x);
+    Owned<Tensor, FreeLevels> item(Read(stream, mode, depth + 1));
+    if (!item || item->rank != rank - 1 || (!items.empty() && !SameShape(items[0].get(), item.get(), rank - 1)))
       return nullptr;
-    }
-    items.push_back(item);
+    items.push_back(std::move(item));
   }
   Tensor *t = NewLevel(rank, length);
-  if (!t) {
-    for (Tensor *x : items) FreeLevels(x);
-    return nullptr;
-  }
-  for (int32_t i = 0; i < length; ++i) t->items[i] = items[static_cast<size_t>(i)];
+  if (!t) return nullptr;
+  for (int32_t i = 0; i < length; ++i) t->items[i] = items[static_cast<size_t>(i)].release();
   return t;
 }
 
@@ -511,7 +510,8 @@ QVX_API int32_t TensorInvert(Tensor *t) noexcept {
     }
     std::vector<int32_t> shape;
     if (t->rank != 2 || !qvx::TensorShape(t, shape) || !qvx::SquareMatrixShape(shape)) return 0;
-    Complex **m = qvx::ToMatrix(t);
+    qvx::Owned<Complex *, FreeMatrixC> owner(qvx::ToMatrix(t));
+    Complex **m = owner.get();
     if (!m) return 0;
     // An exactly singular matrix (a zero pivot) is refused like a
     // non-finite result.
@@ -530,7 +530,6 @@ QVX_API int32_t TensorInvert(Tensor *t) noexcept {
           *static_cast<Complex *>(static_cast<Tensor *>(row->items[j])->items[0]) = m[j + 1][i + 1];
       }
     }
-    FreeMatrixC(m);
     return finite ? 1 : 0;
   });
 }
@@ -542,32 +541,21 @@ QVX_API Tensor *TensorDeterminant(const Tensor *t) noexcept {
     if (t->rank == 0) return TensorCopy(t);
     if (t->rank == 2) {
       if (!qvx::SquareMatrixShape(shape)) return nullptr;
-      Complex **m = qvx::ToMatrix(t);
+      qvx::Owned<Complex *, FreeMatrixC> m(qvx::ToMatrix(t));
       if (!m) return nullptr;
-      Complex d = DetC(m);
-      FreeMatrixC(m);
-      return qvx::Scalar(d);
+      return qvx::Scalar(DetC(m.get()));
     }
     if (t->rank < 2) return nullptr;
     // A rank above 2: the determinants of the items, two levels less deep.
-    std::vector<Tensor *> parts;
-    auto release = [&] {
-      for (Tensor *p : parts) qvx::FreeLevels(p);
-    };
+    std::vector<qvx::Owned<Tensor, qvx::FreeLevels>> parts;
     for (int32_t i = 0; i < t->length; ++i) {
-      Tensor *d = TensorDeterminant(static_cast<Tensor *>(t->items[i]));
-      if (!d) {
-        release();
-        return nullptr;
-      }
-      parts.push_back(d);
+      qvx::Owned<Tensor, qvx::FreeLevels> d(TensorDeterminant(static_cast<Tensor *>(t->items[i])));
+      if (!d) return nullptr;
+      parts.push_back(std::move(d));
     }
     Tensor *out = qvx::NewLevel(t->rank - 2, t->length);
-    if (!out) {
-      release();
-      return nullptr;
-    }
-    for (int32_t i = 0; i < t->length; ++i) out->items[i] = parts[static_cast<size_t>(i)];
+    if (!out) return nullptr;
+    for (int32_t i = 0; i < t->length; ++i) out->items[i] = parts[static_cast<size_t>(i)].release();
     return out;
   });
 }
@@ -597,16 +585,12 @@ QVX_API Tensor *TensorEigenvalues(const Tensor *t) noexcept {
     if (!qvx::TensorShape(t, shape)) return nullptr;
     if (shape.empty()) return TensorCopy(t);
     if (!qvx::SquareMatrixShape(shape)) return nullptr;
-    Complex **m = qvx::ToMatrix(t);
-    if (!m) return nullptr;
-    Complex ***r = QRAlgorithm2(m);
-    FreeMatrixC(m);
+    qvx::Owned<Complex **, FreeMatrixVectorC> r(qvx::Eigensystem(t));
     if (!r) return nullptr;
-    Tensor *out = nullptr;
+    Complex **values = r.get()[1];
     int32_t n = shape[0];
-    if (r[1] && r[1][0][0].re == 1 && r[1][1][0].re == n) out = qvx::TensorBuild({n}, r[1][1] + 1);
-    FreeMatrixVector(reinterpret_cast<double ***>(r));
-    return out;
+    if (values && values[0][0].re == 1 && values[1][0].re == n) return qvx::TensorBuild({n}, values[1] + 1);
+    return nullptr;
   });
 }
 
@@ -616,21 +600,14 @@ QVX_API Tensor *TensorEigenvectors(const Tensor *t) noexcept {
     if (!qvx::TensorShape(t, shape)) return nullptr;
     if (shape.empty()) return qvx::Scalar(Complex{1.0, 0.0});
     if (!qvx::SquareMatrixShape(shape)) return nullptr;
-    Complex **m = qvx::ToMatrix(t);
-    if (!m) return nullptr;
-    Complex ***r = QRAlgorithm2(m);
-    FreeMatrixC(m);
+    qvx::Owned<Complex **, FreeMatrixVectorC> r(qvx::Eigensystem(t));
     if (!r) return nullptr;
-    Tensor *out = nullptr;
+    Complex **vectors = r.get()[2];
     int32_t n = shape[0];
-    if (r[2] && r[2][0][0].re == n) {
-      // Item k of the result is eigenvector k: the columns become rows.
-      Complex **vt = TransposeC(r[2]);
-      if (vt && vt[0][0].re == n) out = TensorFromMatrixC(vt);
-      FreeMatrixC(vt);
-    }
-    FreeMatrixVector(reinterpret_cast<double ***>(r));
-    return out;
+    if (!vectors || vectors[0][0].re != n) return nullptr;
+    // Item k of the result is eigenvector k: the columns become rows.
+    qvx::Owned<Complex *, FreeMatrixC> vt(TransposeC(vectors));
+    return vt && vt.get()[0][0].re == n ? TensorFromMatrixC(vt.get()) : nullptr;
   });
 }
 

@@ -128,16 +128,14 @@ void *ReadGlyphBody(void *stream, StreamMode mode) {
   const int64_t left = BytesLeft(stream, mode);
   if (left >= 0 && need > left) return nullptr;
   std::vector<unsigned char> column(static_cast<std::size_t>(h) * 4);
-  uint32_t **m = NewRGBMatrix(w, h, 0);
+  OwnedPicture glyph(NewRGBMatrix(w, h, 0));
+  uint32_t **m = glyph.get();
   if (!m) return nullptr;
   for (int32_t x = 1; x <= w; ++x) {
-    if (!StreamReadBytes(stream, mode, column.data(), column.size())) {
-      FreeMatrixUInt32(m);
-      return nullptr;
-    }
+    if (!StreamReadBytes(stream, mode, column.data(), column.size())) return nullptr;
     for (int32_t y = 1; y <= h; ++y) m[x][y] = GetLE32(&column[static_cast<std::size_t>(y - 1) * 4]);
   }
-  return m;
+  return glyph.release();
 }
 
 void *ReadGlyph(void *stream, StreamMode mode) {
@@ -304,20 +302,18 @@ QVX_API uint32_t **LoadBitmapToRGBMatrix(const char *path) noexcept {
     // The pixel rows must all be there before anything is allocated.
     const int64_t left = BytesLeft(f, kFileMode);
     if (left < stride * height) return nullptr;
-    uint32_t **out = NewRGBMatrix(width, height, 0);
+    OwnedPicture picture(NewRGBMatrix(width, height, 0));
+    uint32_t **out = picture.get();
     if (!out) return nullptr;
     std::vector<unsigned char> row(static_cast<std::size_t>(stride));
     for (int32_t k = 0; k < height; ++k) {
-      if (std::fread(row.data(), 1, row.size(), f) != row.size()) {
-        FreeMatrixUInt32(out);
-        return nullptr;
-      }
+      if (std::fread(row.data(), 1, row.size(), f) != row.size()) return nullptr;
       const int32_t y = height - k;  // the first row stored is the bottom one
       const unsigned char *p = row.data();
       for (int32_t x = 1; x <= width; ++x, p += 3)
         out[x][y] = uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16;
     }
-    return out;
+    return picture.release();
   });
   std::fclose(f);
   return m;

@@ -233,10 +233,6 @@ std::string FreeName(std::string_view base, std::string_view text, Environment *
   return name;
 }
 
-// Owners of the containers a plot makes on its way to a picture.
-using OwnedMatrix = Owned<double *, FreeMatrix>;
-using OwnedVector = Owned<double[], FreeVector>;
-using OwnedPicture = Owned<uint32_t *, FreeMatrixUInt32>;
 
 // ---- pictures ------------------------------------------------------------------------
 
@@ -271,23 +267,24 @@ struct CurveRequest {
 
 // Both pictures of a PlotSamples matrix, stretched to the width when it has
 // fewer columns. Takes the matrix.
-PlotBitmapPair *RenderPair(double **s, bool stretch, const CurveRequest &r, const std::string &title) {
+PlotBitmapPair *RenderPair(double **samples, bool stretch, const CurveRequest &r, const std::string &title) {
+  OwnedMatrix s(samples);
   if (stretch) {
-    double **wide = Stretch(s, r.width);
-    FreeMatrix(s);
-    s = wide;
+    s.reset(Stretch(s.get(), r.width));
     if (!s) return nullptr;
   }
   auto bound = [](const double *v, int k, double fallback) { return v ? v[k] : fallback; };
   const double inf = std::numeric_limits<double>::infinity();
-  uint32_t **first = RenderCurve(s, r.height, kRealColour, kImaginaryColour, 0, 0, r.font, bound(r.lower, 0, -inf),
-                                 bound(r.upper, 0, inf), bound(r.lower, 1, -inf), bound(r.upper, 1, inf));
-  uint32_t **second = RenderCurve(s, r.height, kModulusColour, kPhaseColour, 0, 1, r.font, bound(r.lower, 2, -inf),
-                                  bound(r.upper, 2, inf), bound(r.lower, 3, -inf), bound(r.upper, 3, inf));
-  FreeMatrix(s);
-  if (first) DrawTitle(first, title, r.font);
-  if (second) DrawTitle(second, title, r.font);
-  return EncodePair(first, second);
+  OwnedPicture first(RenderCurve(s.get(), r.height, kRealColour, kImaginaryColour, 0, 0, r.font,
+                                 bound(r.lower, 0, -inf), bound(r.upper, 0, inf), bound(r.lower, 1, -inf),
+                                 bound(r.upper, 1, inf)));
+  OwnedPicture second(RenderCurve(s.get(), r.height, kModulusColour, kPhaseColour, 0, 1, r.font,
+                                  bound(r.lower, 2, -inf), bound(r.upper, 2, inf), bound(r.lower, 3, -inf),
+                                  bound(r.upper, 3, inf)));
+  s.reset();
+  if (first) DrawTitle(first.get(), title, r.font);
+  if (second) DrawTitle(second.get(), title, r.font);
+  return EncodePair(first.release(), second.release());
 }
 
 PlotBitmapPair *FunctionPlot(const std::string &text, const std::string &title, double x1, double x2,
@@ -505,20 +502,20 @@ Complex *SignalVector(double **s, int32_t n) {
 // resampled linearly to the width of the picture.
 uint32_t **RenderRealImaginary(double **s, const CurveRequest &r, const std::string &title) {
   const int32_t n = static_cast<int32_t>(s[0][0]);
-  double **wide = n != r.width && n > 1 ? Stretch(s, r.width) : nullptr;
+  OwnedMatrix wide(n != r.width && n > 1 ? Stretch(s, r.width) : nullptr);
   const double inf = std::numeric_limits<double>::infinity();
-  uint32_t **m = RenderCurve(wide ? wide : s, r.height, kRealColour, kImaginaryColour, 0, 0, r.font, -inf, inf,
-                             -inf, inf);
-  FreeMatrix(wide);
-  if (m) DrawTitle(m, title, r.font);
-  return m;
+  OwnedPicture m(RenderCurve(wide ? wide.get() : s, r.height, kRealColour, kImaginaryColour, 0, 0, r.font, -inf,
+                             inf, -inf, inf));
+  wide.reset();
+  if (m) DrawTitle(m.get(), title, r.font);
+  return m.release();
 }
 
 PlotBitmapPair *FourierPair(double **signal, double **second, const CurveRequest &r, const std::string &firstTitle,
                             const std::string &secondTitle) {
-  uint32_t **a = RenderRealImaginary(signal, r, firstTitle);
-  uint32_t **b = RenderRealImaginary(second, r, secondTitle);
-  return EncodePair(a, b);
+  OwnedPicture a(RenderRealImaginary(signal, r, firstTitle));
+  OwnedPicture b(RenderRealImaginary(second, r, secondTitle));
+  return EncodePair(a.release(), b.release());
 }
 
 }  // namespace
@@ -551,12 +548,11 @@ double **FourierTransformSamples(double **signal) {
   return Guard(static_cast<double **>(nullptr), [&]() -> double ** {
     const double dx = signal[2][kRowX] - signal[1][kRowX];
     if (!(dx > 0.0)) return nullptr;
-    Complex *v = SignalVector(signal, n);
-    double **t = v ? NewPlotSamples(n) : nullptr;
-    if (!t) {
-      FreeVectorC(v);
-      return nullptr;
-    }
+    const OwnedVectorC owner(SignalVector(signal, n));
+    Complex *v = owner.get();
+    OwnedMatrix samples(v ? NewPlotSamples(n) : nullptr);
+    double **t = samples.get();
+    if (!t) return nullptr;
     FFTV(v, -1);
     // The centred transform puts the origin at sample n/2 + 1, abscissa xc;
     // the factor exp(-2 pi i f xc) moves it to x = 0, and dx sqrt(n) undoes
@@ -571,9 +567,8 @@ double **FourierTransformSamples(double **signal) {
       t[k][kRowRe] = scale * (v[k].re * c - v[k].im * sn);
       t[k][kRowIm] = scale * (v[k].re * sn + v[k].im * c);
     }
-    FreeVectorC(v);
     FillPolarRows(t);
-    return t;
+    return samples.release();
   });
 }
 
@@ -581,15 +576,13 @@ double **SampleForPlot(int32_t n, Environment *env, std::string_view text, doubl
                        const std::string &variable, const unsigned char *cancel) {
   if (!env || n < 1 || n > kMaxPictureSide || variable.empty()) return nullptr;
   return Guard(static_cast<double **>(nullptr), [&]() -> double ** {
-    double **m = NewPlotSamples(n);
+    OwnedMatrix samples(NewPlotSamples(n));
+    double **m = samples.get();
     if (!m) return nullptr;
     Binding binding(env, variable);
     bool scalar = true;
     for (int32_t k = 1; k <= n; ++k) {
-      if (Cancelled(env, cancel)) {
-        FreeMatrix(m);
-        return nullptr;
-      }
+      if (Cancelled(env, cancel)) return nullptr;
       const double x = n > 1 ? (k == n ? x2 : x1 + (k - 1) * (x2 - x1) / (n - 1)) : x1;
       m[k][kRowX] = x;
       Complex z{kNaN, kNaN};
@@ -598,7 +591,7 @@ double **SampleForPlot(int32_t n, Environment *env, std::string_view text, doubl
       m[k][kRowIm] = z.im;
     }
     FillPolarRows(m);
-    return m;
+    return samples.release();
   });
 }
 
@@ -689,17 +682,12 @@ QVX_API PlotBitmapPair *GenerateFourierPlotBitmaps(const char *text, double x1, 
     if (x1 > x2) std::swap(x1, x2);
     const int32_t n = FourierLength(samples);
     std::string title;
-    double **signal = SampleFunctionText(text, x1, x2, n, true, env, &title);
+    const OwnedMatrix signal(SampleFunctionText(text, x1, x2, n, true, env, &title));
     if (!signal) return nullptr;
-    double **transform = FourierTransformSamples(signal);
-    PlotBitmapPair *pair = nullptr;
-    if (transform) {
-      const CurveRequest r{nullptr, nullptr, n, width, height, font};
-      pair = FourierPair(signal, transform, r, "Signal S: " + title, "Fourier Transform: FT[S]");
-    }
-    FreeMatrix(signal);
-    FreeMatrix(transform);
-    return pair;
+    const OwnedMatrix transform(FourierTransformSamples(signal.get()));
+    if (!transform) return nullptr;
+    const CurveRequest r{nullptr, nullptr, n, width, height, font};
+    return FourierPair(signal.get(), transform.get(), r, "Signal S: " + title, "Fourier Transform: FT[S]");
   });
 }
 
@@ -714,15 +702,19 @@ QVX_API PlotBitmapPair *GenerateSpectrallyFilteredPlotBitmaps(const char *text, 
     if (x1 > x2) std::swap(x1, x2);
     const int32_t n = FourierLength(samples);
     std::string title, filterTitle;
-    double **signal = SampleFunctionText(text, x1, x2, n, true, env, &title);
+    const OwnedMatrix ownedSignal(SampleFunctionText(text, x1, x2, n, true, env, &title));
+    double **signal = ownedSignal.get();
     if (!signal) return nullptr;
     // The filter is a function of frequency on the centred grid of the
     // transform, sampled in a scope of its own so that its unknown may share
     // the signal's name.
     const double df = 1.0 / (x2 - x1), fc = static_cast<double>(n / 2 + 1);
-    double **gain = SampleFunctionText(filter, (1 - fc) * df, (n - fc) * df, n, false, env, &filterTitle);
-    Complex *v = gain ? SignalVector(signal, n) : nullptr;
-    double **filtered = v ? NewPlotSamples(n) : nullptr;
+    const OwnedMatrix ownedGain(SampleFunctionText(filter, (1 - fc) * df, (n - fc) * df, n, false, env, &filterTitle));
+    double **gain = ownedGain.get();
+    const OwnedVectorC ownedV(gain ? SignalVector(signal, n) : nullptr);
+    Complex *v = ownedV.get();
+    const OwnedMatrix ownedFiltered(v ? NewPlotSamples(n) : nullptr);
+    double **filtered = ownedFiltered.get();
     PlotBitmapPair *pair = nullptr;
     if (filtered) {
       FFTV(v, -1);
@@ -742,10 +734,6 @@ QVX_API PlotBitmapPair *GenerateSpectrallyFilteredPlotBitmaps(const char *text, 
       pair = FourierPair(signal, filtered, r, "Signal S: " + title,
                          "Inverse Fourier Transform of (" + filterTitle + ")*FT[S]");
     }
-    FreeVectorC(v);
-    FreeMatrix(filtered);
-    FreeMatrix(gain);
-    FreeMatrix(signal);
     return pair;
   });
 }

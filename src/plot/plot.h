@@ -15,9 +15,16 @@
 #include <string_view>
 #include <vector>
 
+#include "common/owned.h"
 #include "libquorvex.h"
 
 namespace qvx {
+
+// Owners of the containers a plot makes on its way to a picture.
+using OwnedMatrix = Owned<double *, FreeMatrix>;
+using OwnedVector = Owned<double[], FreeVector>;
+using OwnedVectorC = Owned<Complex[], FreeVectorC>;
+using OwnedPicture = Owned<uint32_t *, FreeMatrixUInt32>;
 
 // Fixed style of every picture.
 inline constexpr uint32_t kBackgroundColour = 0x202020;

@@ -79,10 +79,8 @@ double LabelSpacingFactor() {
 }
 
 std::string LabelText(double v) {
-  char *t = DoubleString(v, 4);
-  std::string out = t ? t : "";
-  FreeString(t);
-  return out;
+  const Owned<char, FreeString> t(DoubleString(v, 4));
+  return t ? std::string(t.get()) : std::string();
 }
 
 int32_t ClampToInt(double v) {

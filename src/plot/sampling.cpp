@@ -232,12 +232,13 @@ double SphericalIntegral(double **values, bool cosineGrid) {
 template <class F>
 double **SphericalGrid(F f, void *params, double radius, int32_t nTheta, int32_t nPhi, bool cosineGrid) {
   if (!f || nTheta < 2 || nPhi < 1 || !std::isfinite(radius)) return NewMatrix(0, 0);
-  double **out = NewMatrix(nPhi, nTheta);
-  if (Cols(out) != nPhi) return out;
-  double *r = NewVector(3);
+  qvx::OwnedMatrix grid(NewMatrix(nPhi, nTheta));
+  double **out = grid.get();
+  if (Cols(out) != nPhi) return grid.release();
+  const qvx::OwnedVector point(NewVector(3));
+  double *r = point.get();
   if (Len(r) != 3) {
-    FreeVector(r);
-    FreeMatrix(out);
+    grid.reset();
     return NewMatrix(0, 0);
   }
   for (int32_t i = 1; i <= nTheta; ++i) {
@@ -258,8 +259,7 @@ double **SphericalGrid(F f, void *params, double radius, int32_t nTheta, int32_t
       out[j][i] = f(r, params);
     }
   }
-  FreeVector(r);
-  return out;
+  return grid.release();
 }
 
 // ---- adaptive sampling of an expression text ------------------------------------------
@@ -291,7 +291,8 @@ std::vector<Sample> AutoSample(const char *text, double x1, double x2, int32_t n
   qvx::PlotVariable variable;
   if (!qvx::PrepareVariable(prepared, scratch.get(), &variable)) return out;
   const unsigned char *cancel = env ? env->cancelFlag : nullptr;
-  double **first = qvx::SampleForPlot(n, scratch.get(), prepared, x1, x2, variable.name, cancel);
+  const qvx::OwnedMatrix firstSamples(qvx::SampleForPlot(n, scratch.get(), prepared, x1, x2, variable.name, cancel));
+  double **first = firstSamples.get();
   if (!first) return out;
   out.reserve(static_cast<size_t>(n) * 2);
   double lo = INFINITY, hi = -INFINITY;
@@ -304,7 +305,6 @@ std::vector<Sample> AutoSample(const char *text, double x1, double x2, int32_t n
         hi = std::max(hi, v);
       }
   }
-  FreeMatrix(first);
   const double scale = hi > lo ? hi - lo : (std::isfinite(hi) ? std::max(std::fabs(hi), 1.0) : 1.0);
   const double limit = tolerance * scale;
   const double minWidth = (x2 - x1) * 1e-9;
@@ -595,11 +595,9 @@ QVX_API double ***ScalarField2D(ScalarFieldFn f, void *params, double x1, double
   double ***out = NewSet2D(nx, ny);
   int32_t a = 0, b = 0;
   if (!Set2DSizes(out, &a, &b) || a != nx || b != ny) return out;
-  double *r = NewVector(2);
-  if (Len(r) != 2) {
-    FreeVector(r);
-    return out;
-  }
+  const qvx::OwnedVector point(NewVector(2));
+  double *r = point.get();
+  if (Len(r) != 2) return out;
   for (int32_t j = 1; j <= nx; ++j) out[2][1][j] = GridPoint(x1, x2, nx, j);
   for (int32_t i = 1; i <= ny; ++i) out[3][1][i] = GridPoint(y1, y2, ny, i);
   for (int32_t j = 1; j <= nx; ++j)
@@ -608,7 +606,6 @@ QVX_API double ***ScalarField2D(ScalarFieldFn f, void *params, double x1, double
       r[2] = out[3][1][i];
       out[1][j][i] = f(r, params);
     }
-  FreeVector(r);
   return out;
 }
 
