@@ -233,6 +233,8 @@ TEST(ExceptionFunnel, TensorsFailCleanly) {
       {"TensorDeterminant", [&] { return PrintTensor(TensorDeterminant(t)); }},
       {"TensorDeterminantOfItems", [&] { return PrintTensor(TensorDeterminant(deep)); }},
       {"TensorRead", reread},
+      {"TensorEigenvalues", [&] { return PrintTensor(TensorEigenvalues(t)); }},
+      {"TensorEigenvectors", [&] { return PrintTensor(TensorEigenvectors(t)); }},
   };
   for (const Case &c : cases) {
     SCOPED_TRACE(c.name);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "common/boundary.h"
+#include "common/owned.h"
 #include "common/complex.h"
 #include "libquorvex.h"
 #include "numerics/linalg/linalg_internal.h"
@@ -806,12 +807,14 @@ void SortEigen(Complex *values, Complex **vectors) {
 // Eigenvalues and unit eigenvectors of a complex square matrix.
 Complex ***EigenComplex(Complex **a) {
   int32_t n;
-  Complex ***result = MatrixVectorC(2);
-  if (!result) return result;
+  // Owned until the end: the work arrays below may fail to allocate.
+  Owned<Complex **, FreeMatrixVectorC> owner(MatrixVectorC(2));
+  Complex ***result = owner.get();
+  if (!result) return nullptr;
   if (!IsSquare(a, n)) {
     result[1] = MatrixC(1, 0);
     result[2] = MatrixC(0, 0);
-    return result;
+    return owner.release();
   }
   std::vector<cplx> h, z;
   std::vector<double> scale;
@@ -823,7 +826,7 @@ Complex ***EigenComplex(Complex **a) {
   Complex **vectors = MatrixC(n, n);
   result[1] = values;
   result[2] = vectors;
-  if (RowsOf(values) != n || ColsOf(vectors) != n || RowsOf(vectors) != n) return result;
+  if (RowsOf(values) != n || ColsOf(vectors) != n || RowsOf(vectors) != n) return owner.release();
   double norm = 0.0;
   for (int i = 0; i < n; ++i)
     for (int j = i; j < n; ++j) norm = std::max(norm, Abs1(h[static_cast<size_t>(i) * n + j]));
@@ -870,7 +873,7 @@ Complex ***EigenComplex(Complex **a) {
     }
   }
   SortEigen(values[1], vectors);
-  return result;
+  return owner.release();
 }
 
 }  // namespace
