@@ -679,7 +679,7 @@ QVX_API double   *SubV(const double *a, const double *b) QVX_NOEXCEPT;
 QVX_API Complex  *SubVC(const Complex *a, const Complex *b) QVX_NOEXCEPT;
 QVX_API double  **MulM(double **a, double **b) QVX_NOEXCEPT;
 QVX_API Complex **MulMC(Complex **a, Complex **b) QVX_NOEXCEPT;
-QVX_API double  *MulMV(double **m, const double *v) QVX_NOEXCEPT;  /* sum over j of m[j][i] v[j] */
+QVX_API double   *MulMV(double **m, const double *v) QVX_NOEXCEPT;              /* sum over j of m[j][i] v[j] */
 QVX_API double   *MulVM(const double *v, double **m) QVX_NOEXCEPT;              /* v' m */
 QVX_API double   *MulMMV(double **a, double **b, const double *v) QVX_NOEXCEPT; /* a b v */
 QVX_API double    MulVMV(const double *u, double **m, const double *v) QVX_NOEXCEPT; /* u' m v */
@@ -1941,7 +1941,7 @@ QVX_API void PrintVectorC(const Complex *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorF(const float *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorI(const int32_t *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorL(const int32_t *v) QVX_NOEXCEPT;
-QVX_API void     PrintMatrix(double **m) QVX_NOEXCEPT;             /* one line a row, "%.3E " */
+QVX_API void PrintMatrix(double **m) QVX_NOEXCEPT;  /* one line a row, "%.3E " */
 QVX_API void PrintMatrixC(Complex **m) QVX_NOEXCEPT;
 QVX_API void PrintMatrixF(float **m) QVX_NOEXCEPT;
 QVX_API void PrintMatrixI(int32_t **m) QVX_NOEXCEPT;
