@@ -2,14 +2,43 @@
  * libquorvex: the engine of a scientific calculator and numerical toolbox.
  *
  * This is the only public header. It is plain C99 that also compiles as C++.
- * Every function declared here is exported with an undecorated C name; the
- * caller owns every text, container and bitmap returned and frees it with the
- * matching Free... call (texts with FreeString, plain blocks with Free).
+ * Every function declared here is exported with an undecorated C name.
+ *
+ * Life cycle. A host calls InitializeGlobals once per process, creates a
+ * top-level scope with InitializeTopLevelEnvironment, hands it any number of
+ * scripts with QuorvexScript, and ends with TerminateEnvironment for each
+ * scope and TerminateGlobals once:
+ *
+ *     InitializeGlobals(NULL, 0);
+ *     Environment *env = InitializeTopLevelEnvironment(NULL);
+ *     char *answer = QuorvexScript("x=2", env, 1);   -> "x <- 2"
+ *     FreeString(answer);
+ *     TerminateEnvironment(env);
+ *     TerminateGlobals();
+ *
+ * Who frees what. Every text, container and bitmap returned belongs to the
+ * caller and is freed with the matching Free... function: texts with
+ * FreeString (which wipes them with zeros first), a Vector with FreeVector, a
+ * Matrix with FreeMatrix, a StringVector with FreeStringVector, plain blocks
+ * (bitmaps, PlotBitmapPair, complex cells) with Free. Arguments are borrowed
+ * unless a declaration says it takes ownership.
+ *
+ * Threads. The engine starts no threads and takes no locks. One tree of
+ * Environments (a top-level scope and everything made from it) belongs to
+ * one host thread at a time. The single exception is SetCancelFlag, which
+ * another thread may call while a script runs.
+ *
+ * Cancelling. The cancel flag is a byte shared by a tree of scopes. The host
+ * sets it (SetCancelFlag(env, 1)); statements, loops, plot sampling and long
+ * big-number work poll it and return ">evaluation_aborted<" or stop early.
+ * The engine never clears it: the host resets it (SetCancelFlag(env, 0))
+ * before the next script.
  *
  * Conventions of the toolkit: numeric vectors keep their length in element 0
  * and data in 1..n; a matrix m is an array of column pointers and m[j][i] is
  * row i, column j, both 1-based; text vectors are 0-based and end with an
- * empty string.
+ * empty string. Failures give null, 0, -1.0 or an empty container; the
+ * language answers with sentinel texts such as ">invalid_expression<".
  */
 #ifndef LIBQUORVEX_H
 #define LIBQUORVEX_H
@@ -50,6 +79,24 @@ typedef void  (*WriteValueFn)(void *value, void *stream, StreamMode mode);
 typedef void *(*ReadValueFn)(void *stream, StreamMode mode);
 typedef void *(*CopyValueFn)(void *value);
 
+/* Callbacks of the numeric toolkit. Functions of one variable come plain or,
+ * in the P forms, with a pointer passed through unchanged. Functions of
+ * several variables (fields, curves, surfaces, right-hand sides of ODEs)
+ * always take that pointer; their points and results are Vectors (length in
+ * element 0), the result Vector allocated by the caller with the length the
+ * function documents. */
+typedef double  (*RealFn)(double x);
+typedef double  (*RealFnP)(double x, void *params);
+typedef Complex (*ComplexFn)(double x);
+typedef Complex (*ComplexFnP)(double x, void *params);
+typedef double  (*RealFn2)(double x, double y, void *params);
+typedef double  (*ScalarFieldFn)(const double *r, void *params);
+typedef void    (*VectorFieldFn)(const double *r, double *out, void *params);   /* out as long as r */
+typedef void    (*CurveFn)(double t, double *r, void *params);                  /* fills r */
+typedef void    (*SurfaceFn)(double u, double v, double *r, void *params);      /* fills r, length 3 */
+typedef void    (*OdeFn)(double t, const double *y, double *dydt, void *params);    /* dydt as long as y */
+typedef void    (*OdeFnC)(double t, const Complex *y, Complex *dydt, void *params);
+
 /* ======================================================================== */
 /* Engine: life cycle and scripts                                           */
 /* ======================================================================== */
@@ -87,8 +134,6 @@ QVX_API void SetGraphingInstructions(const char *text) QVX_NOEXCEPT;
 QVX_API void SetProgrammingInstructions(const char *text) QVX_NOEXCEPT;
 QVX_API void SetFourierInstructions(const char *text) QVX_NOEXCEPT;
 
-/* @@ENGINE@@ */
-
 /* ======================================================================== */
 /* History                                                                  */
 /* ======================================================================== */
@@ -118,8 +163,6 @@ QVX_API void   ClearEnvironmentHistoryEntry(HistoryItem *item) QVX_NOEXCEPT;   /
 QVX_API char  *EnvironmentHistoryToString(Environment *env) QVX_NOEXCEPT;
 QVX_API char **EnvironmentHistoryElementsToStringVector(Environment *env, int32_t selector) QVX_NOEXCEPT;
 
-/* @@HISTORY@@ */
-
 /* ======================================================================== */
 /* Help texts and listings                                                  */
 /* ======================================================================== */
@@ -143,8 +186,6 @@ QVX_API char   *Instructions(void) QVX_NOEXCEPT;
 QVX_API char   *InstructionsGraphing(void) QVX_NOEXCEPT;
 QVX_API char   *InstructionsProgramming(void) QVX_NOEXCEPT;
 QVX_API char   *InstructionsFourier(void) QVX_NOEXCEPT;
-
-/* @@HELP@@ */
 
 /* ======================================================================== */
 /* Plots                                                                    */
@@ -198,8 +239,6 @@ QVX_API PlotBitmapPair *GenerateSpectrallyFilteredPlotBitmaps(const char *text, 
                                                               int32_t height, Font *font,
                                                               Environment *env) QVX_NOEXCEPT;
 
-/* @@PLOTS@@ */
-
 /* ======================================================================== */
 /* Bitmaps and fonts                                                        */
 /* ======================================================================== */
@@ -233,10 +272,8 @@ QVX_API void           DrawText(const char *text, uint32_t **matrix, int32_t x, 
                                 Font *font) QVX_NOEXCEPT;
 QVX_API int32_t        MeasureAverageGlyphWidth(Font *font) QVX_NOEXCEPT;
 
-/* @@BITMAPS@@ */
-
 /* ======================================================================== */
-/* Dictionary tree, value trees and streams                                 */
+/* Dictionary tree and value trees                                          */
 /* ======================================================================== */
 
 typedef struct RBSTNode {
@@ -274,8 +311,6 @@ typedef struct KeyList {
     int32_t count;
 } KeyList;
 
-typedef struct MemFile { unsigned char *buffer; uint32_t size; uint32_t position; } MemFile;
-
 /* Text-keyed red-black tree. An empty position holds a sentinel node (both
  * children null); a tree emptied with RBSTFreeValues/RBSTFreeNodes must get a
  * new record from RBSTInitialize before it is used again. */
@@ -309,7 +344,18 @@ QVX_API void KeyListWrite(KeyList *list, KeyListEntry *first, KeyListEntry *end,
                           void *stream, StreamMode mode) QVX_NOEXCEPT;
 QVX_API void KeyListRead(KeyList *list, void *stream, StreamMode mode) QVX_NOEXCEPT;
 
-/* @@TREE@@ */
+/* Value trees: a QorTree is an RBST whose values are GenericValues, each
+ * payload tagged with the text label of its type; a TypeRecord holds the
+ * four callbacks of one type. */
+typedef RBST QorTree;
+typedef struct GenericValue { void *value; char *type; } GenericValue;
+typedef struct TypeRecord { FreeValueFn free; WriteValueFn write; ReadValueFn read; CopyValueFn copy; } TypeRecord;
+
+/* ======================================================================== */
+/* MemFile                                                                  */
+/* ======================================================================== */
+
+typedef struct MemFile { unsigned char *buffer; uint32_t size; uint32_t position; } MemFile;
 
 /* Growable memory buffer with a position; the memory side of every stream
  * (StreamMode other than 1). While writing, position is the content length. */
@@ -330,14 +376,6 @@ QVX_API unsigned char *MemDump(MemFile *m, uint32_t from, uint32_t to) QVX_NOEXC
 QVX_API MemFile       *CopyMemFile(MemFile *m) QVX_NOEXCEPT;
 QVX_API void           WriteMemFile(MemFile *m, void *stream, StreamMode mode) QVX_NOEXCEPT;
 QVX_API MemFile       *ReadMemFile(void *stream, StreamMode mode) QVX_NOEXCEPT;
-
-/* @@MEMFILE@@ */
-
-typedef RBST QorTree;
-typedef struct GenericValue { void *value; char *type; } GenericValue;
-typedef struct TypeRecord { FreeValueFn free; WriteValueFn write; ReadValueFn read; CopyValueFn copy; } TypeRecord;
-
-/* @@VALUETREE@@ */
 
 /* ======================================================================== */
 /* Big numbers                                                              */
@@ -461,8 +499,6 @@ QVX_API void      EPartialSumSub(BitArray *a, BitArray *b, BitArray *one, BitArr
 QVX_API BitArray *BitArrayFactorial(BitArray *n, unsigned char *abort) QVX_NOEXCEPT;
 QVX_API BitArray *BitArrayFactorialBinarySplitting(BitArray *n, unsigned char *abort) QVX_NOEXCEPT;
 QVX_API void      FactorialPartialProductSub(BitArray *a, BitArray *b, BitArray **out, unsigned char *abort) QVX_NOEXCEPT;
-
-/* @@BIGNUM@@ */
 
 /* ======================================================================== */
 /* Containers                                                               */
@@ -600,12 +636,10 @@ QVX_API int32_t EqualMatricesL(int32_t **a, int32_t **b) QVX_NOEXCEPT;
 QVX_API int32_t EqualMatricesS(char ***a, char ***b) QVX_NOEXCEPT;
 QVX_API int32_t EqualRows(double **m, int32_t r1, int32_t r2) QVX_NOEXCEPT;  /* rows r1, r2 of m */
 
-/* Real forms and products over containers. */
+/* Real forms of complex containers. */
 QVX_API double  *AbsCV(const Complex *v) QVX_NOEXCEPT;
 QVX_API double **AbsCM(Complex **m) QVX_NOEXCEPT;
 QVX_API double **ReM(Complex **m) QVX_NOEXCEPT;
-QVX_API double  *MulMV(double **m, const double *v) QVX_NOEXCEPT;  /* sum over j of m[j][i] v[j] */
-QVX_API void     PrintMatrix(double **m) QVX_NOEXCEPT;             /* one line a row, "%.3E " */
 
 /* Text containers. StringMatrix(c, r): c StringVectors of r strings "0" and
  * a terminator; StringMatrixVector(n): n StringMatrix(1, 1) and a
@@ -624,8 +658,6 @@ QVX_API char ****StringMatrixVector(int32_t n) QVX_NOEXCEPT;
 QVX_API int32_t  StringMatrixVectorLength(char ****v) QVX_NOEXCEPT;
 QVX_API char ****CopyStringMatrixVector(char ****v) QVX_NOEXCEPT;
 QVX_API void     FreeStringMatrixVector(char ****v) QVX_NOEXCEPT;
-
-/* @@CONTAINERS@@ */
 
 /* ======================================================================== */
 /* Linear algebra and tensors                                               */
@@ -647,6 +679,7 @@ QVX_API double   *SubV(const double *a, const double *b) QVX_NOEXCEPT;
 QVX_API Complex  *SubVC(const Complex *a, const Complex *b) QVX_NOEXCEPT;
 QVX_API double  **MulM(double **a, double **b) QVX_NOEXCEPT;
 QVX_API Complex **MulMC(Complex **a, Complex **b) QVX_NOEXCEPT;
+QVX_API double   *MulMV(double **m, const double *v) QVX_NOEXCEPT;              /* sum over j of m[j][i] v[j] */
 QVX_API double   *MulVM(const double *v, double **m) QVX_NOEXCEPT;              /* v' m */
 QVX_API double   *MulMMV(double **a, double **b, const double *v) QVX_NOEXCEPT; /* a b v */
 QVX_API double    MulVMV(const double *u, double **m, const double *v) QVX_NOEXCEPT; /* u' m v */
@@ -767,8 +800,6 @@ QVX_API double    *EigenVector(double **a, double value) QVX_NOEXCEPT;   /* inve
 QVX_API double   **MatrixFunction(double **a, double (*f)(double)) QVX_NOEXCEPT;
 QVX_API double   **MatrixFunctionTridag(const double *d, const double *e, double (*f)(double)) QVX_NOEXCEPT;
 
-/* @@LINALG@@ */
-
 /* Tensor: the nested complex block of a matrix object. Index 0-based at
  * every level; the first index of a rank 2 Tensor is the row. dimensions is
  * a VectorL-like list (its count in element 0, then the lengths from the
@@ -800,8 +831,6 @@ QVX_API Tensor  *TensorDeterminant(const Tensor *t) QVX_NOEXCEPT;
 QVX_API Tensor  *TensorTrace(const Tensor *t) QVX_NOEXCEPT;
 QVX_API Tensor  *TensorEigenvalues(const Tensor *t) QVX_NOEXCEPT;   /* rank 1, descending modulus */
 QVX_API Tensor  *TensorEigenvectors(const Tensor *t) QVX_NOEXCEPT;  /* item k: eigenvector k */
-
-/* @@TENSOR@@ */
 
 /* ======================================================================== */
 /* Fourier family                                                           */
@@ -963,154 +992,233 @@ QVX_API double  **FSeries(double **data, int32_t terms) QVX_NOEXCEPT;
 QVX_API Complex **STFT(const double *v, int32_t window, int32_t hop) QVX_NOEXCEPT;
 QVX_API double  **WignerDistribution(const Complex *v) QVX_NOEXCEPT;
 
-/* @@FOURIER@@ */
-
 /* ======================================================================== */
-/* Special functions                                                        */
+/* Interpolation and discretisation                                         */
 /* ======================================================================== */
 
-/* Bessel functions of real order. The cores need x > 0 and order >= 0 (NaN
- * otherwise); any output pointer may be null. The public J, Y, I, K accept
- * any real x and order: x < 0 multiplies by (cos pi order, sin pi order), a
- * negative order uses the reflection formulas. */
-QVX_API void    BesselGammas(double x, double *gam1, double *gam2, double *gampl,
-                             double *gammi) QVX_NOEXCEPT;  /* |x| <= 1/2 */
-QVX_API void    BesselFuncSub(double x, double order, double *j, double *y, double *jprime,
-                              double *yprime) QVX_NOEXCEPT;
-QVX_API void    BesselModFuncSub(double x, double order, double *i, double *k, double *iprime,
-                                 double *kprime) QVX_NOEXCEPT;
-QVX_API double  BesselFuncSeries(double x, double order) QVX_NOEXCEPT;  /* J by its power series */
-QVX_API Complex BesselJFunc(double x, double order) QVX_NOEXCEPT;
-QVX_API Complex BesselYFunc(double x, double order) QVX_NOEXCEPT;
-QVX_API Complex BesselIFunc(double x, double order) QVX_NOEXCEPT;
-QVX_API Complex BesselKFunc(double x, double order) QVX_NOEXCEPT;
-QVX_API void    AiryFuncSub(double x, double *ai, double *bi, double *aiprime,
-                            double *biprime) QVX_NOEXCEPT;
+/* Data sets: 1D a Matrix(2, n) (abscissas, ordinates), 1DC a MatrixC(2,
+ * n) with the abscissas in the real parts, abscissas ascending; 2D a
+ * MatrixVector2D (values m[j][i] at abscissa j, ordinate i); 2DC a
+ * MatrixVectorC of 3 of the same shape (abscissas and ordinates in the real
+ * parts). Uniform grids include both ends: point i of n is x1 + (i-1)(x2 -
+ * x1)/(n-1). Index-domain members (V, M, Cols, Rows) take element k as the
+ * sample at position k and keep both ends: new element k of n drawn from m
+ * sits at 1 + (k-1)(m-1)/(n-1). Straight-line and local-polynomial values
+ * outside the abscissas continue the end pieces. Bad input gives the empty
+ * result of the kind: a vector of length 0, a matrix of 0 columns, a set of
+ * 0 points, NaN. */
+typedef Complex (*ComplexFn2)(double x, double y, void *params);
+typedef Complex (*ComplexFnZ)(Complex z);
+typedef Complex (*ComplexOdeFn1)(double x, Complex y, void *params);   /* y' = f(x, y) */
 
-/* Gamma family. GammaLn and GammaLnC give log|Gamma| (GammaLnC's imaginary
- * part is the phase modulo 2 pi); BetaFuncI is the regularised incomplete
- * beta function, BetaFuncCF its continued fraction. */
-QVX_API double  GammaLn(double x) QVX_NOEXCEPT;
-QVX_API Complex GammaLnC(Complex z) QVX_NOEXCEPT;
-QVX_API double  DigammaFunc(double x) QVX_NOEXCEPT;
-QVX_API double  BetaFuncCF(double a, double b, double x) QVX_NOEXCEPT;
-QVX_API double  BetaFuncI(double a, double b, double x) QVX_NOEXCEPT;
-QVX_API double  StudentPValue(double t, double dof) QVX_NOEXCEPT;        /* two-sided */
-QVX_API double  StudentCriticalValue(double p, double dof) QVX_NOEXCEPT; /* |t| of two-sided p */
-QVX_API double  BernoulliNumber(int32_t n) QVX_NOEXCEPT;                 /* B_1 = -1/2 */
+/* One value. LinearInterpolation1(C): straight lines; ParabolicInterpolation1
+ * and CubicInterpolation1: the polynomial through the 3 or 4 nearest
+ * samples; Lagrange: through all samples (Neville's algorithm);
+ * ParabolicInterpolation11: through three given points; ParabolicExtremum:
+ * abscissa of the vertex of that parabola, its value in *yExtremum (may be
+ * null), NaN for collinear points. LinearInterpolation2D1: bilinear. */
+QVX_API double  LinearInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API Complex LinearInterpolation1C(Complex **set, double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  CubicInterpolation1(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  Lagrange(double **set, double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicInterpolation11(double x1, double y1, double x2, double y2, double x3, double y3,
+                                         double x) QVX_NOEXCEPT;
+QVX_API double  ParabolicExtremum(double x1, double y1, double x2, double y2, double x3, double y3,
+                                  double *yExtremum) QVX_NOEXCEPT;
+QVX_API double  LinearInterpolation2D1(double ***set, double x, double y) QVX_NOEXCEPT;
 
-/* Factorials (NaN for negative arguments). The product forms take VectorL
- * lists of arguments; the ratio forms divide the numerator list's product by
- * the denominator list's. FactorialZeros counts the trailing zeros of n!. */
-QVX_API double  Factorial(int32_t n) QVX_NOEXCEPT;
-QVX_API double  FactorialLn(int32_t n) QVX_NOEXCEPT;
-QVX_API double  FactorialRatio(int32_t n, int32_t m) QVX_NOEXCEPT;   /* n!/m! */
-QVX_API double  FactorialRatioLn(int32_t n, int32_t m) QVX_NOEXCEPT;
-QVX_API double  FactorialProduct(const int32_t *v) QVX_NOEXCEPT;
-QVX_API double  FactorialProduct3(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
-QVX_API double  FactorialProductLn(const int32_t *v) QVX_NOEXCEPT;
-QVX_API double  FactorialProductRatio(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
-QVX_API double  FactorialProductRatioLn(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
-QVX_API int32_t FactorialZeros(int32_t n) QVX_NOEXCEPT;
-QVX_API double  Comb(int32_t n, int32_t k) QVX_NOEXCEPT;
-QVX_API double  Perm(int32_t n, int32_t k) QVX_NOEXCEPT;
-QVX_API double *Pascal(int32_t n) QVX_NOEXCEPT;  /* Vector(n + 1): row n */
+/* New sets: on n points spread evenly over the abscissas, or at the given
+ * abscissas (Pts). Spline forms are natural cubic splines; the 2D spline
+ * runs one along x for each row, then one along y. */
+QVX_API Complex **LinearInterpolation1DC(Complex **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationPts1D(double **set, const double *x) QVX_NOEXCEPT;
+QVX_API Complex **LinearInterpolationPts1DC(Complex **set, const double *x) QVX_NOEXCEPT;
+QVX_API double  **ParabolicInterpolation1D(double **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolation(double **set, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolationPts(double **set, const double *x) QVX_NOEXCEPT;
+QVX_API double ***LinearInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double ***LinearInterpolationPts2D(double ***set, const double *x, const double *y) QVX_NOEXCEPT;
+QVX_API double ***SplineInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
 
-/* Orthogonal polynomials, hydrogen states (atomic units), Wigner 3j symbols.
- * LegendreFunc includes the Condon-Shortley phase and is 0 unless |m| <= l
- * and |x| <= 1. The 3j functions take integers or half integers; the
- * Symbols forms return a Vector over j1 from *j1min up to j2 + j3. */
-QVX_API double  LegendreFunc(double x, int32_t l, int32_t m) QVX_NOEXCEPT;
-QVX_API double  LegendrePolynomial(double x, int32_t l) QVX_NOEXCEPT;
-QVX_API double  LaguerreFunc(double x, int32_t n, double alpha) QVX_NOEXCEPT;
-QVX_API Complex HydrogenWaveFunc(int32_t n, int32_t l, int32_t m, double r, double theta,
-                                 double phi) QVX_NOEXCEPT;
-QVX_API double  Wigner3J(double j1, double j2, double j3, double m1, double m2,
-                         double m3) QVX_NOEXCEPT;
-QVX_API double  Wigner3JSymbolSpecial1(double j, double m) QVX_NOEXCEPT;  /* (j j 0; m -m 0) */
-QVX_API double  Wigner3JSymbolSpecial2(int32_t j1, int32_t j2, int32_t j3) QVX_NOEXCEPT; /* m = 0 */
-QVX_API double *Wigner3JSymbols(double j2, double j3, double m2, double m3,
-                                double *j1min) QVX_NOEXCEPT;
-QVX_API double *Wigner3JSymbolsSpecial(int32_t j2, int32_t j3, int32_t *j1min) QVX_NOEXCEPT;
+/* Index domain: vectors to n elements, matrices to the given columns and
+ * rows (Cols: each column to `rows`; Rows: each row to `cols`). ML rounds
+ * to integers; Proximal takes the nearest element (MH changes the columns
+ * only, MV the rows only). BicubicInterpolationM: Catmull-Rom bicubic
+ * patches, the edges extended linearly. */
+QVX_API double   *LinearInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *LinearInterpolationVC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *SplineInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **SplineInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationRows(double **m, int32_t cols) QVX_NOEXCEPT;
+QVX_API double  **LinearInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API int32_t **LinearInterpolationML(int32_t **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationMH(double **m, int32_t cols) QVX_NOEXCEPT;
+QVX_API double  **ProximalInterpolationMV(double **m, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  **BicubicInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
 
-/* Coulomb wave functions for real eta, x > 0, L >= 0; Wronskian F'G - FG' = 1.
- * Functions returning int32_t give 0 on success and -1 (NaN outputs) when
- * the arguments are outside the domain or nothing converged. FPF is F'/F by
- * the first continued fraction, HPH is (G' + iF')/(G + iF) by the second. */
-QVX_API int32_t CoulombWaveFunc(double eta, double x, double L, double *F, double *G,
-                                double *Fp, double *Gp) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncF(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncG(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API int32_t CoulombWaveFuncCF(double eta, double x, double L, double *F, double *G,
-                                  double *Fp, double *Gp) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncFPF(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API Complex CoulombWaveFuncHPH(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API int32_t CoulombWaveFuncNear(double eta, double x, double L, double *F, double *G,
-                                    double *Fp, double *Gp) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncFSeries(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncFPrimeSeries(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API int32_t CoulombWaveFuncBess(double x, double L, double *F, double *G, double *Fp,
-                                    double *Gp) QVX_NOEXCEPT;  /* eta = 0 */
-QVX_API void    CoulombWaveFuncBesselSph(double x, double L, double *j, double *y, double *jp,
-                                         double *yp) QVX_NOEXCEPT;
-QVX_API int32_t CoulombWaveFuncIntegrateF0ABM(double eta, double x, double L, double *F,
-                                              double *Fp) QVX_NOEXCEPT;
-QVX_API int32_t CoulombWaveFuncIntegrateG0ABM(double eta, double x, double L, double *G,
-                                              double *Gp) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncIntegrateFABM(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncIntegrateFPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncIntegrateGABM(double eta, double x, double L) QVX_NOEXCEPT;
-QVX_API double  CoulombWaveFuncIntegrateGPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
+/* Bicubic interpolation in one cell from the values, the derivatives by x1
+ * and x2 and the cross derivative at its four corners (Vectors of 4,
+ * counter-clockwise from (x1l, x2l)). BicubicCoefficients: Matrix(4, 4),
+ * c[i][j] multiplying t^(i-1) u^(j-1) of the unit cell (d1, d2 the cell
+ * sides). BicubicInterpolation: the value at (x1, x2), the gradient in
+ * *gradient1, *gradient2 (may be null). BicubicInterpolationSquare: the
+ * Catmull-Rom patch of a 4 by 4 Matrix of unit-spaced samples p[j][i] (j
+ * along x), at (x, y) in [0, 1]^2 between p[2..3][2..3]. */
+QVX_API double **BicubicCoefficients(const double *y, const double *y1, const double *y2, const double *y12,
+                                     double d1, double d2) QVX_NOEXCEPT;
+QVX_API double   BicubicInterpolation(const double *y, const double *y1, const double *y2, const double *y12,
+                                      double x1l, double x1u, double x2l, double x2u, double x1, double x2,
+                                      double *gradient1, double *gradient2) QVX_NOEXCEPT;
+QVX_API double   BicubicInterpolationSquare(double **p, double x, double y) QVX_NOEXCEPT;
 
-/* Pulse, window and step shapes. Pulses are centred on 0 and vanish outside
- * their width; HannFunc spans [0, width]; ToothFunc rises from 0 to 1 over
- * each period; CombSpikeFunc is 1 at multiples of the period; SmoothStepFunc
- * is the Hermite step 3t^2 - 2t^3 across [-width/2, width/2]; the smooth
- * squares have edges of that shape and width edge. */
-QVX_API double  ZeroFunc(double x) QVX_NOEXCEPT;
-QVX_API double  UnityFunc(double x) QVX_NOEXCEPT;
-QVX_API Complex ZeroFunc1DC(double x) QVX_NOEXCEPT;
-QVX_API Complex UnityFunc1DC(double x) QVX_NOEXCEPT;
-QVX_API double  DeltaFunc(double x) QVX_NOEXCEPT;      /* 1 at x = 0 */
-QVX_API double  HeavisideFunc(double x) QVX_NOEXCEPT;  /* 1 for x >= 0 */
-QVX_API double  SincFunc(double x) QVX_NOEXCEPT;       /* sin(x)/x */
-QVX_API double  SquareFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  TriangleFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  ToothFunc(double x, double period) QVX_NOEXCEPT;
-QVX_API double  HalfCircleFunc(double x, double radius) QVX_NOEXCEPT;
-QVX_API double  QuarterCircleFunc(double x, double radius) QVX_NOEXCEPT;
-QVX_API double  Cos2PulseFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  Cos4PulseFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  Cos8PulseFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  HannFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  CombSpikeFunc(double x, double period) QVX_NOEXCEPT;
-QVX_API double  SmoothStepFunc(double x, double width) QVX_NOEXCEPT;
-QVX_API double  SmoothSquareFunc(double x, double width, double edge) QVX_NOEXCEPT;
-QVX_API double  SmoothSquareFunc2D(double x, double y, double widthX, double widthY,
-                                   double edge) QVX_NOEXCEPT;
-QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXCEPT;
-/* Roots of J of the order in (0, limit], found from n samples (sign changes
- * between neighbouring samples, refined to 1e-15): a Vector, length 0 when
- * there are none. Two roots between neighbouring samples are missed. */
-QVX_API double *BesselFuncRoots(double order, double limit, int32_t n) QVX_NOEXCEPT;
+/* Smoothing. AdjacentAveraging(C): mean over elements i-m..i+m, cut at the
+ * ends, non-finite elements left out; ML the same over a square of radius
+ * `radius`, rounded. AdjacentAveragingInterpolation(C): that mean of the
+ * ordinates, then straight lines onto n even points. AdjacentInterpolation(C):
+ * non-finite elements replaced by straight lines between their finite
+ * neighbours (the nearest one beyond the ends). SmoothSpline: Reinsch's
+ * smoothing spline, minimising sum (y - g)^2 + lambda * integral g''^2, its
+ * values at the abscissas; the 1DC forms smooth real and imaginary parts
+ * (Rectangular) or modulus and unwrapped phase (Polar). */
+QVX_API double   *AdjacentAveraging(const double *v, int32_t m) QVX_NOEXCEPT;
+QVX_API Complex  *AdjacentAveragingC(const Complex *v, int32_t m) QVX_NOEXCEPT;
+QVX_API int32_t **AdjacentAveragingML(int32_t **m, int32_t radius) QVX_NOEXCEPT;
+QVX_API double  **AdjacentAveragingInterpolation(double **set, int32_t m, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **AdjacentAveragingInterpolationC(Complex **set, int32_t m, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *AdjacentInterpolation(const double *v) QVX_NOEXCEPT;
+QVX_API Complex  *AdjacentInterpolationC(const Complex *v) QVX_NOEXCEPT;
+QVX_API double  **SmoothSpline(double **set, double lambda) QVX_NOEXCEPT;
+QVX_API Complex **SmoothSplineRectangular1DC(Complex **set, double lambda) QVX_NOEXCEPT;
+QVX_API Complex **SmoothSplinePolar1DC(Complex **set, double lambda) QVX_NOEXCEPT;
 
-/* Integration, root finding and ODE */
-/* Callbacks. Functions of one variable come plain or, in the P forms, with a
- * pointer passed through unchanged. Functions of several variables (fields,
- * curves, surfaces, right-hand sides of ODEs) always take that pointer;
- * their points and results are Vectors (length in element 0), the result
- * Vector allocated by the caller with the length the function documents. */
-typedef double  (*RealFn)(double x);
-typedef double  (*RealFnP)(double x, void *params);
-typedef Complex (*ComplexFn)(double x);
-typedef Complex (*ComplexFnP)(double x, void *params);
-typedef double  (*RealFn2)(double x, double y, void *params);
-typedef double  (*ScalarFieldFn)(const double *r, void *params);
-typedef void    (*VectorFieldFn)(const double *r, double *out, void *params);   /* out as long as r */
-typedef void    (*CurveFn)(double t, double *r, void *params);                  /* fills r */
-typedef void    (*SurfaceFn)(double u, double v, double *r, void *params);      /* fills r, length 3 */
-typedef void    (*OdeFn)(double t, const double *y, double *dydt, void *params);    /* dydt as long as y */
-typedef void    (*OdeFnC)(double t, const Complex *y, Complex *dydt, void *params);
+/* Cropping keeps what lies inside the bounds (indices 1-based and
+ * inclusive, clipped to the container). Centered forms keep n elements
+ * around the centre: element m/2+1 of m becomes element n/2+1 (n at most
+ * m). Crop2D keeps the abscissas in [x1, x2] and ordinates in [y1, y2].
+ * DownSample keeps elements 1, 1 + factor, ... (Cols: the rows of every
+ * column). UniformScale maps the finite range of v onto [low, high] (a
+ * constant vector to the midpoint). */
+QVX_API double   *CropVector(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API Complex  *CropVectorC(const Complex *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
+QVX_API double   *CropVectorCentered(const double *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *CropVectorCenteredC(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **CropMatrix(double **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
+QVX_API Complex **CropMatrixC(Complex **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
+QVX_API double  **CropMatrixCentered(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API Complex **CropMatrixCenteredC(Complex **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double ***Crop2D(double ***set, double x1, double x2, double y1, double y2) QVX_NOEXCEPT;
+QVX_API double   *DownSampleV(const double *v, int32_t factor) QVX_NOEXCEPT;
+QVX_API Complex  *DownSampleVC(const Complex *v, int32_t factor) QVX_NOEXCEPT;
+QVX_API double  **DownSampleCols(double **m, int32_t factor) QVX_NOEXCEPT;
+QVX_API Complex **DownSampleColsC(Complex **m, int32_t factor) QVX_NOEXCEPT;
+QVX_API double   *UniformScale(const double *v, double low, double high) QVX_NOEXCEPT;
+
+/* Grids. DiscretizeDomain(C): n even points; IP fills v over its length.
+ * DiscretizeDomainN: the points of a box, dims (VectorL) points per axis,
+ * as a Matrix of one column per axis and one row per point, the last axis
+ * running fastest (the FFTND order). Range: first, first + step, ... up to
+ * last. PrimeNumbersRange: the primes in [low, high] (a VectorL; empty for
+ * spans above 2^27). */
+QVX_API double  *DiscretizeDomain(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex *DiscretizeDomainC(double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API void     DiscretizeDomainIP(double *v, double x1, double x2) QVX_NOEXCEPT;
+QVX_API double **DiscretizeDomainN(const double *lower, const double *upper, const int32_t *dims) QVX_NOEXCEPT;
+QVX_API double  *Range(double first, double last, double step) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeNumbersRange(int32_t low, int32_t high) QVX_NOEXCEPT;
+
+/* Sampling functions on n even points from x1 to x2: as a set (1D, 1DC,
+ * PN, PNC) or as the values only (N1, C, P, PC); DiscretizeV at the
+ * elements of x; DiscretizeCC along the segment from z1 to z2 (column 1
+ * the points, column 2 the values); NU on a graded grid whose last
+ * interval is ratio times the first; DiscretizeN over a box (FFTND order,
+ * f given the point as a Vector); 2D and ScalarField2D on an nx by ny grid.
+ * DiscretizeAdaptive: bisection where the midpoint strays more than tol
+ * from the chord, at most maxPoints points; DiscretizeAdaptiveSub is its
+ * worker, which appends its points of (a, b] to xs and ys (element 0 the
+ * count so far, capacity the room) and returns the count.
+ * DiscretizeRungeKutta1D(C): the solution of y' = f(x, y), y(x1) = y0, by
+ * classical Runge-Kutta, four steps between output points. */
+QVX_API double  **Discretize1D(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **Discretize1DC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **DiscretizePN(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizePNC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeN1(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *DiscretizeC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeP(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  *DiscretizePC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeV(RealFn f, const double *x) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeCC(ComplexFnZ f, Complex z1, Complex z2, int32_t n) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeNU(RealFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeNUC(ComplexFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
+QVX_API double   *DiscretizeN(ScalarFieldFn f, void *params, const double *lower, const double *upper,
+                              const int32_t *dims) QVX_NOEXCEPT;
+QVX_API double ***Discretize2D(RealFn2 f, void *params, double x1, double x2, double y1, double y2, int32_t nx,
+                               int32_t ny) QVX_NOEXCEPT;
+QVX_API Complex ***Discretize2DC(ComplexFn2 f, void *params, double x1, double x2, double y1, double y2,
+                                 int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double ***ScalarField2D(ScalarFieldFn f, void *params, double x1, double x2, double y1, double y2,
+                                int32_t nx, int32_t ny) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeAdaptive(RealFn f, double x1, double x2, double tol, int32_t maxPoints) QVX_NOEXCEPT;
+QVX_API int32_t   DiscretizeAdaptiveSub(RealFn f, double a, double fa, double b, double fb, double tol,
+                                        int32_t depth, double *xs, double *ys, int32_t capacity) QVX_NOEXCEPT;
+QVX_API double  **DiscretizeRungeKutta1D(RealFn2 f, void *params, double x1, double x2, double y0,
+                                         int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **DiscretizeRungeKutta1DC(ComplexOdeFn1 f, void *params, double x1, double x2, Complex y0,
+                                          int32_t n) QVX_NOEXCEPT;
+
+/* Expansions. ChebychevExpansion: n coefficients from the Chebyshev nodes,
+ * f(x) ~ sum c[k+1] T_k((2x - a - b)/(b - a)) (c[1] already halved).
+ * DiscretizeDFT: the m samples of v taken as one period, resampled to n by
+ * trigonometric interpolation (n = m gives v back). SphericalHarmonic:
+ * orthonormal Y_l^m(theta, phi) with the Condon-Shortley phase, 0 for
+ * |m| > l. */
+QVX_API double  *ChebychevExpansion(RealFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex *DiscretizeDFT(const Complex *v, int32_t n) QVX_NOEXCEPT;
+QVX_API Complex  SphericalHarmonic(int32_t l, int32_t m, double theta, double phi) QVX_NOEXCEPT;
+
+/* Spheres: f at radius * (sin t cos p, sin t sin p, cos t) as a Matrix of
+ * nPhi columns (p = 2 pi (j-1)/nPhi) and nTheta rows: t = pi (i-1)/(nTheta-1),
+ * or, for CS, cos t = 1 - 2 (i-1)/(nTheta-1). SimpsonIntegal...: the angular
+ * integral of such a grid, integral of f dOmega (Simpson along t, the
+ * periodic trapezoid along p). */
+QVX_API double **DiscretizeSpherical3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
+                                       int32_t nPhi) QVX_NOEXCEPT;
+QVX_API double **DiscretizeSphericalCS3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
+                                         int32_t nPhi) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegalSpherical3D(double **values) QVX_NOEXCEPT;
+QVX_API double   SimpsonIntegalSphericalCS3D(double **values) QVX_NOEXCEPT;
+
+/* Fredholm equations of the second kind, f(x) = g(x) + lambda integral_a^b
+ * K(x, t) f(t) dt, by Nystrom's method on n Gauss-Legendre nodes (n up to
+ * 2000): a Matrix(3, n) of nodes, weights and solution (NaN when the system
+ * is singular). FredholmInterpolation1(C): the solution anywhere by the
+ * Nystrom formula, from that matrix. */
+QVX_API double  **Fredholm2(RealFn2 kernel, RealFnP g, void *params, double lambda, double a, double b,
+                            int32_t n) QVX_NOEXCEPT;
+QVX_API Complex **Fredholm21DC(ComplexFn2 kernel, ComplexFnP g, void *params, Complex lambda, double a,
+                               double b, int32_t n) QVX_NOEXCEPT;
+QVX_API double    FredholmInterpolation1(double **solution, RealFn2 kernel, RealFnP g, void *params,
+                                         double lambda, double x) QVX_NOEXCEPT;
+QVX_API Complex   FredholmInterpolation1C(Complex **solution, ComplexFn2 kernel, ComplexFnP g, void *params,
+                                          Complex lambda, double x) QVX_NOEXCEPT;
+
+/* Adaptive sampling of an expression text of one unknown over [x1, x2]
+ * (evaluated in a scratch copy of env; the env's cancel flag stops it):
+ * n even samples (3..4096), then midpoints wherever one strays from the
+ * chord by more than tolerance times the spread of the first samples (a
+ * tolerance <= 0 means 1e-3), up to 16384 points. An empty set when the
+ * text can't be sampled or the sampling was cancelled. */
+QVX_API double  **AutoSample1D(const char *text, double x1, double x2, int32_t n, double tolerance,
+                               Environment *env) QVX_NOEXCEPT;
+QVX_API Complex **AutoSample1DC(const char *text, double x1, double x2, int32_t n, double tolerance,
+                                Environment *env) QVX_NOEXCEPT;
+
+/* ======================================================================== */
+/* Integration, root finding and ODE                                        */
+/* ======================================================================== */
 
 /* A 1D set is a Matrix(2, n) (abscissas, ordinates), a 1DC set a
  * MatrixC(2, n) with the abscissas in the real parts; abscissas ascend.
@@ -1315,7 +1423,289 @@ QVX_API double   IntegralSurfaceS(ScalarFieldFn f, SurfaceFn surface, void *para
 QVX_API double   IntegralSurfaceV(VectorFieldFn f, SurfaceFn surface, void *params, double u0, double u1,
                                   double v0, double v1, int32_t n) QVX_NOEXCEPT;
 
-/* @@SPECIAL@@ */
+/* ======================================================================== */
+/* Fitting and optimisation                                                 */
+/* ======================================================================== */
+
+/* Fitting. Data are 1D sets (Matrix(2, n)); a third column, when present,
+ * holds the standard deviations of the ordinates. Polynomial coefficients
+ * ascend (c[1] the constant term). PolyFit(Function) and the
+ * PolynomialFit family are least squares by Householder QR: NaN
+ * coefficients with fewer points than coefficients; PolynomialFit2 gives
+ * a Matrix(2, degree + 1) of coefficients and standard errors,
+ * PolynomialFitFunc a new 1D set of fitted values. SavitzkyGolayCoefficients:
+ * weights of the window -left..right for the derivative at its centre;
+ * SavitzkyGolay smooths with half width m, windows shifted inside at the ends.
+ * Model fits minimise chi-square by the downhill simplex. GaussianFit:
+ * y0 + A exp(-(x-c)^2/(2 w^2)); LorentzianFit: y0 + A w^2/((x-c)^2 + w^2);
+ * the Fit texts read "A = ..\nc = ..\nw = ..\ny0 = ..\n" and the Function
+ * texts one line "x y" per abscissa (FreeString); null with fewer than 4
+ * points. */
+typedef double (*FitModelFn)(double x, const double *p, void *data);  /* p: a Vector of parameters */
+QVX_API double   PolyEval(const double *c, double x) QVX_NOEXCEPT;
+QVX_API double  *PolyFit(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *PolyFitFunction(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *PolynomialFit(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double **PolynomialFit2(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double **PolynomialFitFunc(double **set, int32_t degree) QVX_NOEXCEPT;
+QVX_API double  *SavitzkyGolayCoefficients(int32_t left, int32_t right, int32_t order, int32_t derivative) QVX_NOEXCEPT;
+QVX_API double  *SavitzkyGolay(const double *v, int32_t m, int32_t order) QVX_NOEXCEPT;
+QVX_API double   ChiSquare(double **set, FitModelFn model, const double *p, void *data) QVX_NOEXCEPT;
+QVX_API double  *MinimizeChiSquare(double **set, FitModelFn model, const double *start, void *data) QVX_NOEXCEPT;
+QVX_API char    *GaussianFit(double **set) QVX_NOEXCEPT;
+QVX_API char    *GaussianFitFunction(double **set) QVX_NOEXCEPT;
+QVX_API char    *LorentzianFit(double **set) QVX_NOEXCEPT;
+QVX_API char    *LorentzianFitFunction(double **set) QVX_NOEXCEPT;
+/* Minimisers. Amoeba: Nelder-Mead from start with axis steps `step`, to a
+ * relative spread tol of the vertex values or maxEvaluations calls; returns
+ * the best vertex. AmoebaTry: one move of the worst vertex `high` of a
+ * simplex (Matrix(n + 1, n), one vertex a column) by factor (-1 reflect,
+ * 2 expand, 0.5 contract), replacing it when better; returns the trial
+ * value. BracketMinimum: Vector(3) a, b, c with f(b) below f(a) and f(c)
+ * (NaNs when none is found). BrentMinimization: the minimum value in the
+ * bracket, its abscissa in *xmin; tol <= 0 means 3e-8. NaN function values
+ * count as +infinity. SimulatedAnnealing: the best point of a Metropolis
+ * walk cooled geometrically from temperature. */
+QVX_API double  *Amoeba(ScalarFieldFn f, void *params, const double *start, double step, double tol,
+                        int32_t maxEvaluations) QVX_NOEXCEPT;
+QVX_API double   AmoebaTry(double **simplex, double *values, double *sum, ScalarFieldFn f, void *params,
+                           int32_t high, double factor) QVX_NOEXCEPT;
+QVX_API double  *BracketMinimum(RealFnP f, void *params, double a, double b) QVX_NOEXCEPT;
+QVX_API double   BrentMinimization(RealFnP f, void *params, double a, double b, double c, double tol,
+                                   double *xmin) QVX_NOEXCEPT;
+QVX_API double  *SimulatedAnnealing(ScalarFieldFn f, void *params, const double *start, double step,
+                                    double temperature, int32_t iterations, int32_t *seed) QVX_NOEXCEPT;
+/* Roots. Bisection: NaN without a sign change; BisectionN: every sign change
+ * among n equal subintervals, refined, as a Vector. NewtonRaphson: df may
+ * be null (central differences); NaN when it does not converge.
+ * NewtonRaphsonN: a system f(x) = 0, Jacobian by differences; NaNs when it
+ * does not converge. */
+QVX_API double   Bisection(RealFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
+QVX_API double  *BisectionN(RealFnP f, void *params, double a, double b, int32_t n, double tol) QVX_NOEXCEPT;
+QVX_API double   NewtonRaphson(RealFnP f, RealFnP df, void *params, double x0, double tol) QVX_NOEXCEPT;
+QVX_API double  *NewtonRaphsonN(VectorFieldFn f, void *params, const double *x0, double tol) QVX_NOEXCEPT;
+/* Roots of J of the order in (0, limit], found from n samples (sign changes
+ * between neighbouring samples, refined to 1e-15): a Vector, length 0 when
+ * there are none. Two roots between neighbouring samples are missed. */
+QVX_API double *BesselFuncRoots(double order, double limit, int32_t n) QVX_NOEXCEPT;
+
+/* ======================================================================== */
+/* Special functions                                                        */
+/* ======================================================================== */
+
+/* Bessel functions of real order. The cores need x > 0 and order >= 0 (NaN
+ * otherwise); any output pointer may be null. The public J, Y, I, K accept
+ * any real x and order: x < 0 multiplies by (cos pi order, sin pi order), a
+ * negative order uses the reflection formulas. */
+QVX_API void    BesselGammas(double x, double *gam1, double *gam2, double *gampl,
+                             double *gammi) QVX_NOEXCEPT;  /* |x| <= 1/2 */
+QVX_API void    BesselFuncSub(double x, double order, double *j, double *y, double *jprime,
+                              double *yprime) QVX_NOEXCEPT;
+QVX_API void    BesselModFuncSub(double x, double order, double *i, double *k, double *iprime,
+                                 double *kprime) QVX_NOEXCEPT;
+QVX_API double  BesselFuncSeries(double x, double order) QVX_NOEXCEPT;  /* J by its power series */
+QVX_API Complex BesselJFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselYFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselIFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API Complex BesselKFunc(double x, double order) QVX_NOEXCEPT;
+QVX_API void    AiryFuncSub(double x, double *ai, double *bi, double *aiprime,
+                            double *biprime) QVX_NOEXCEPT;
+
+/* Gamma family. GammaLn and GammaLnC give log|Gamma| (GammaLnC's imaginary
+ * part is the phase modulo 2 pi); BetaFuncI is the regularised incomplete
+ * beta function, BetaFuncCF its continued fraction. */
+QVX_API double  GammaLn(double x) QVX_NOEXCEPT;
+QVX_API Complex GammaLnC(Complex z) QVX_NOEXCEPT;
+QVX_API double  DigammaFunc(double x) QVX_NOEXCEPT;
+QVX_API double  BetaFuncCF(double a, double b, double x) QVX_NOEXCEPT;
+QVX_API double  BetaFuncI(double a, double b, double x) QVX_NOEXCEPT;
+QVX_API double  StudentPValue(double t, double dof) QVX_NOEXCEPT;        /* two-sided */
+QVX_API double  StudentCriticalValue(double p, double dof) QVX_NOEXCEPT; /* |t| of two-sided p */
+QVX_API double  BernoulliNumber(int32_t n) QVX_NOEXCEPT;                 /* B_1 = -1/2 */
+
+/* Factorials (NaN for negative arguments). The product forms take VectorL
+ * lists of arguments; the ratio forms divide the numerator list's product by
+ * the denominator list's. FactorialZeros counts the trailing zeros of n!. */
+QVX_API double  Factorial(int32_t n) QVX_NOEXCEPT;
+QVX_API double  FactorialLn(int32_t n) QVX_NOEXCEPT;
+QVX_API double  FactorialRatio(int32_t n, int32_t m) QVX_NOEXCEPT;   /* n!/m! */
+QVX_API double  FactorialRatioLn(int32_t n, int32_t m) QVX_NOEXCEPT;
+QVX_API double  FactorialProduct(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  FactorialProduct3(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
+QVX_API double  FactorialProductLn(const int32_t *v) QVX_NOEXCEPT;
+QVX_API double  FactorialProductRatio(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
+QVX_API double  FactorialProductRatioLn(const int32_t *num, const int32_t *den) QVX_NOEXCEPT;
+QVX_API int32_t FactorialZeros(int32_t n) QVX_NOEXCEPT;
+QVX_API double  Comb(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API double  Perm(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API double *Pascal(int32_t n) QVX_NOEXCEPT;  /* Vector(n + 1): row n */
+
+/* Orthogonal polynomials, hydrogen states (atomic units), Wigner 3j symbols.
+ * LegendreFunc includes the Condon-Shortley phase and is 0 unless |m| <= l
+ * and |x| <= 1. The 3j functions take integers or half integers; the
+ * Symbols forms return a Vector over j1 from *j1min up to j2 + j3. */
+QVX_API double  LegendreFunc(double x, int32_t l, int32_t m) QVX_NOEXCEPT;
+QVX_API double  LegendrePolynomial(double x, int32_t l) QVX_NOEXCEPT;
+QVX_API double  LaguerreFunc(double x, int32_t n, double alpha) QVX_NOEXCEPT;
+QVX_API Complex HydrogenWaveFunc(int32_t n, int32_t l, int32_t m, double r, double theta,
+                                 double phi) QVX_NOEXCEPT;
+QVX_API double  Wigner3J(double j1, double j2, double j3, double m1, double m2,
+                         double m3) QVX_NOEXCEPT;
+QVX_API double  Wigner3JSymbolSpecial1(double j, double m) QVX_NOEXCEPT;  /* (j j 0; m -m 0) */
+QVX_API double  Wigner3JSymbolSpecial2(int32_t j1, int32_t j2, int32_t j3) QVX_NOEXCEPT; /* m = 0 */
+QVX_API double *Wigner3JSymbols(double j2, double j3, double m2, double m3,
+                                double *j1min) QVX_NOEXCEPT;
+QVX_API double *Wigner3JSymbolsSpecial(int32_t j2, int32_t j3, int32_t *j1min) QVX_NOEXCEPT;
+
+/* Coulomb wave functions for real eta, x > 0, L >= 0; Wronskian F'G - FG' = 1.
+ * Functions returning int32_t give 0 on success and -1 (NaN outputs) when
+ * the arguments are outside the domain or nothing converged. FPF is F'/F by
+ * the first continued fraction, HPH is (G' + iF')/(G + iF) by the second. */
+QVX_API int32_t CoulombWaveFunc(double eta, double x, double L, double *F, double *G,
+                                double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncF(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncG(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncCF(double eta, double x, double L, double *F, double *G,
+                                  double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFPF(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API Complex CoulombWaveFuncHPH(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncNear(double eta, double x, double L, double *F, double *G,
+                                    double *Fp, double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFSeries(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncFPrimeSeries(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncBess(double x, double L, double *F, double *G, double *Fp,
+                                    double *Gp) QVX_NOEXCEPT;  /* eta = 0 */
+QVX_API void    CoulombWaveFuncBesselSph(double x, double L, double *j, double *y, double *jp,
+                                         double *yp) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncIntegrateF0ABM(double eta, double x, double L, double *F,
+                                              double *Fp) QVX_NOEXCEPT;
+QVX_API int32_t CoulombWaveFuncIntegrateG0ABM(double eta, double x, double L, double *G,
+                                              double *Gp) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateFABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateFPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateGABM(double eta, double x, double L) QVX_NOEXCEPT;
+QVX_API double  CoulombWaveFuncIntegrateGPrimeABM(double eta, double x, double L) QVX_NOEXCEPT;
+
+/* Pulse, window and step shapes. Pulses are centred on 0 and vanish outside
+ * their width; HannFunc spans [0, width]; ToothFunc rises from 0 to 1 over
+ * each period; CombSpikeFunc is 1 at multiples of the period; SmoothStepFunc
+ * is the Hermite step 3t^2 - 2t^3 across [-width/2, width/2]; the smooth
+ * squares have edges of that shape and width edge. */
+QVX_API double  ZeroFunc(double x) QVX_NOEXCEPT;
+QVX_API double  UnityFunc(double x) QVX_NOEXCEPT;
+QVX_API Complex ZeroFunc1DC(double x) QVX_NOEXCEPT;
+QVX_API Complex UnityFunc1DC(double x) QVX_NOEXCEPT;
+QVX_API double  DeltaFunc(double x) QVX_NOEXCEPT;      /* 1 at x = 0 */
+QVX_API double  HeavisideFunc(double x) QVX_NOEXCEPT;  /* 1 for x >= 0 */
+QVX_API double  SincFunc(double x) QVX_NOEXCEPT;       /* sin(x)/x */
+QVX_API double  SquareFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  TriangleFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  ToothFunc(double x, double period) QVX_NOEXCEPT;
+QVX_API double  HalfCircleFunc(double x, double radius) QVX_NOEXCEPT;
+QVX_API double  QuarterCircleFunc(double x, double radius) QVX_NOEXCEPT;
+QVX_API double  Cos2PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  Cos4PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  Cos8PulseFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  HannFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  CombSpikeFunc(double x, double period) QVX_NOEXCEPT;
+QVX_API double  SmoothStepFunc(double x, double width) QVX_NOEXCEPT;
+QVX_API double  SmoothSquareFunc(double x, double width, double edge) QVX_NOEXCEPT;
+QVX_API double  SmoothSquareFunc2D(double x, double y, double widthX, double widthY,
+                                   double edge) QVX_NOEXCEPT;
+QVX_API Complex SmoothSquareFuncC(double x, double width, double edge) QVX_NOEXCEPT;
+
+/* ======================================================================== */
+/* Random numbers and number theory                                         */
+/* ======================================================================== */
+
+/* Random deviates, drawn from the Ran2 cell seed (a private cell seeded
+ * with -1 when null). BoxMuller: a pair of independent standard normal
+ * deviates (re, im); BoxMuller1/2 one of its parts. Poisson: Knuth's method
+ * below a mean of 10, transformed rejection above. Randomize*: new
+ * containers of uniform deviates in [low, high). Ran22: the combined
+ * generator with its shuffle state carried in 35 caller-owned words
+ * (state[0] below 1 seeds). Ran2P, Ran2P2: Ran2 in callback shape, params
+ * the seed cell. RandomInteger2: [low, high] from two draws, even over
+ * spans near 2^32. RandomIntegerP: params leads to int32 low, high, cell. */
+QVX_API Complex  BoxMuller(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   BoxMuller1(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   BoxMuller2(int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   RandomRealNormal(double mean, double sigma, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   PoissonRandomNumber(double mean, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double  *PoissonRandomNumbers(int32_t n, double mean, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double  *RandomizeVector(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API Complex *RandomizeVectorC(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double **RandomizeMatrix(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API Complex **RandomizeMatrixC(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   Ran22(int32_t *state) QVX_NOEXCEPT;
+QVX_API double   Ran2P(double x, void *params) QVX_NOEXCEPT;
+QVX_API double   Ran2P2(double x, double y, void *params) QVX_NOEXCEPT;
+QVX_API int32_t  RandomInteger2(int32_t low, int32_t high, int32_t *seed) QVX_NOEXCEPT;
+QVX_API double   RandomIntegerP(double x, void *params) QVX_NOEXCEPT;
+/* Niederreiter sequence in base 2 (31 bits, up to 1024 dimensions):
+ * Niederreiter gives points 0..n-1 as a Matrix(dim, n), from the origin;
+ * Niederreiter1 point number index alone. The steps of the construction:
+ * Setfld2 the irreducible GF(2) polynomials (bit k: coefficient of x^k) of
+ * the dimensions, PlyMul2 a product of such polynomials (0 past degree
+ * 63), CalcV2 the sequence v[0..maxv] (a VectorL) for px and the running
+ * product pb, CalcC2 the direction numbers as a MatrixL(dim, 31). */
+QVX_API double **Niederreiter(int32_t dim, int32_t n) QVX_NOEXCEPT;
+QVX_API double  *Niederreiter1(int32_t dim, int32_t index) QVX_NOEXCEPT;
+QVX_API int32_t *NiederreiterSetfld2(int32_t dim) QVX_NOEXCEPT;
+QVX_API uint64_t NiederreiterPlyMul2(uint64_t a, uint64_t b) QVX_NOEXCEPT;
+QVX_API int32_t *NiederreiterCalcV2(uint64_t px, uint64_t pb, int32_t maxv) QVX_NOEXCEPT;
+QVX_API int32_t **NiederreiterCalcC2(int32_t dim) QVX_NOEXCEPT;
+
+/* Number theory on integer-valued doubles (exact up to 2^53). Even, Odd,
+ * Divisible: 1 or 0 (0 for non-integers). NextPow: the least power of two
+ * at or above n (0 above 2^30). ModularExponentiation: NaN for a modulus
+ * below 1 or a negative exponent. Primes: PrimeNumbers the first n,
+ * PrimeNumbersSieve those up to limit, PrimeNumbersSmall the same as a
+ * VectorL, PrimeNumbersSub those in [low, high] (a window of at most 1e8);
+ * PrimeNumber the n-th (-1 outside 1..1e8); PrimeCount pi(x) (-1 above
+ * 1e12). Factorisations are Matrix(2, k) of primes and exponents, as
+ * PrimeFactors2: AddPrimeFactors merges two (the product), TestPrimeFactors
+ * checks one against n; PrimeFactorsSmall lists the factors of n with
+ * repetition; Divisors ascend; PrimitiveRootPrime the least root, -1 when p
+ * is not prime. */
+QVX_API int32_t  Even(double x) QVX_NOEXCEPT;
+QVX_API int32_t  Odd(double x) QVX_NOEXCEPT;
+QVX_API int32_t  Divisible(double a, double b) QVX_NOEXCEPT;
+QVX_API int32_t  NextPow(int32_t n) QVX_NOEXCEPT;
+QVX_API double   ModularExponentiation(double base, double exponent, double modulus) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbers(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbersSieve(double limit) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeNumbersSmall(int32_t limit) QVX_NOEXCEPT;
+QVX_API double  *PrimeNumbersSub(double low, double high) QVX_NOEXCEPT;
+QVX_API double   PrimeNumber(double n) QVX_NOEXCEPT;
+QVX_API double   PrimeCount(double x) QVX_NOEXCEPT;
+QVX_API double **AddPrimeFactors(double **a, double **b) QVX_NOEXCEPT;
+QVX_API int32_t  TestPrimeFactors(double n, double **factors) QVX_NOEXCEPT;
+QVX_API int32_t *PrimeFactorsSmall(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *Divisors(double n) QVX_NOEXCEPT;
+QVX_API double   PrimitiveRootPrime(double p) QVX_NOEXCEPT;
+/* Enumerations: one item per row, one position per column, lexicographic;
+ * empty (0 rows) beyond 2^24 elements. Generate* work on 1..n; Enumerate*
+ * on the elements of v, by position (the Sub forms are the recursive
+ * workers: they fill `out` from row *row + 1). GenerateComb steps the
+ * ascending VectorL c to the next k-subset of 1..n in place (0 at the end).
+ * GenerateRow*: row `index` (1-based) alone. CartesianProduct: the pairs
+ * (a_i, b_j), j fastest, as a Matrix(2, na nb). */
+QVX_API double **GenerateCombinations(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API int32_t **GenerateCombinationsL(int32_t n, int32_t k) QVX_NOEXCEPT;
+QVX_API int32_t  GenerateComb(int32_t *c, int32_t n) QVX_NOEXCEPT;
+QVX_API double  *GenerateRowCombination(int32_t n, int32_t k, double index) QVX_NOEXCEPT;
+QVX_API double **GeneratePermutations(int32_t n) QVX_NOEXCEPT;
+QVX_API int32_t **GeneratePermutationsL(int32_t n) QVX_NOEXCEPT;
+QVX_API double  *GenerateRowPermutation(int32_t n, double index) QVX_NOEXCEPT;
+QVX_API double **EnumerateCombinations(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API void     EnumerateCombinationsSub(const double *v, int32_t k, int32_t start, int32_t depth, double *current,
+                                          double **out, int32_t *row) QVX_NOEXCEPT;
+QVX_API double **EnumeratePermutations(const double *v) QVX_NOEXCEPT;
+QVX_API double **EnumerateTuples(const double *v, int32_t k) QVX_NOEXCEPT;
+QVX_API void     EnumerateTuplesSub(const double *v, int32_t k, int32_t depth, double *current, double **out,
+                                    int32_t *row) QVX_NOEXCEPT;
+QVX_API double **CartesianProduct(const double *a, const double *b) QVX_NOEXCEPT;
 
 /* ======================================================================== */
 /* Strings, text files and hashes                                           */
@@ -1345,7 +1735,6 @@ QVX_API uint64_t UInt64FromString(const char *text) QVX_NOEXCEPT;  /* saturates;
 QVX_API char   *ComplexString(Complex z, int32_t digits) QVX_NOEXCEPT;   /* "1+2i", "-2i", "3" */
 QVX_API char   *CharString(char c) QVX_NOEXCEPT;                         /* one-character text */
 QVX_API char    StringChar(const char *text) QVX_NOEXCEPT;               /* first character, 0 if none */
-/* @@NUMTEXT@@ */
 
 /* String handling. Texts returned are new (FreeString); a null text reads as
  * empty. The rewriting helpers take an owned text by reference, replace it
@@ -1434,7 +1823,6 @@ QVX_API char   *ConcatFilenameL(const char *path, const char *prefix) QVX_NOEXCE
 QVX_API char   *ConcatFilenameR(const char *path, const char *suffix) QVX_NOEXCEPT;
 QVX_API char   *GetDirectory(const char *path) QVX_NOEXCEPT;
 QVX_API char   *ParentFolder(const char *path) QVX_NOEXCEPT;
-/* @@STRINGS@@ */
 
 /* Text and binary files. Text: one matrix row a line, "%.12E" elements
  * ("%d"/"%u" for integers) separated by a blank, no line end after the last
@@ -1553,6 +1941,7 @@ QVX_API void PrintVectorC(const Complex *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorF(const float *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorI(const int32_t *v) QVX_NOEXCEPT;
 QVX_API void PrintVectorL(const int32_t *v) QVX_NOEXCEPT;
+QVX_API void PrintMatrix(double **m) QVX_NOEXCEPT;  /* one line a row, "%.3E " */
 QVX_API void PrintMatrixC(Complex **m) QVX_NOEXCEPT;
 QVX_API void PrintMatrixF(float **m) QVX_NOEXCEPT;
 QVX_API void PrintMatrixI(int32_t **m) QVX_NOEXCEPT;
@@ -1563,7 +1952,6 @@ QVX_API void PrintStringMatrix(char ***m) QVX_NOEXCEPT;
 QVX_API void PrintStringMatrixVector(char ****v) QVX_NOEXCEPT;
 QVX_API void PrintStringVector(char **v) QVX_NOEXCEPT;
 QVX_API void PrintStringVectorArray(char ***vectors, int32_t n) QVX_NOEXCEPT;
-/* @@TEXTFILES@@ */
 
 /* Hashes and encodings. Digests are lower-case hexadecimal texts; a null
  * text hashes as the empty one. */
@@ -1616,244 +2004,10 @@ QVX_API char    *RandomStringExtASCII(int32_t n, int32_t *seed) QVX_NOEXCEPT;
 QVX_API char    *RandomStringCharSet(int32_t n, const char *set, int32_t *seed) QVX_NOEXCEPT;
 QVX_API char    *RandomStringBracketed(int32_t n, int32_t *seed, char open, char close) QVX_NOEXCEPT;
 QVX_API char    *RandomStringBracketedExtASCII(int32_t n, int32_t *seed, char open, char close) QVX_NOEXCEPT;
-/* @@HASHES@@ */
 
 /* ======================================================================== */
-/* Scalar maths                                                             */
+/* Vector and matrix utilities and statistics                               */
 /* ======================================================================== */
-
-/* Complex value pairs. Functions described over the two parts of one number
- * take (x, y) = (real, imaginary); the others take Complex values. */
-QVX_API Complex ComplexR(double re, double im) QVX_NOEXCEPT;
-QVX_API Complex ComplexP(double modulus, double phase) QVX_NOEXCEPT;
-QVX_API Complex CZ(void) QVX_NOEXCEPT;
-QVX_API Complex C1(void) QVX_NOEXCEPT;
-QVX_API Complex CI(void) QVX_NOEXCEPT;
-QVX_API Complex II(void) QVX_NOEXCEPT;
-QVX_API Complex AddC(Complex a, Complex b) QVX_NOEXCEPT;
-QVX_API Complex SubC(Complex a, Complex b) QVX_NOEXCEPT;
-QVX_API Complex MulC(Complex a, Complex b) QVX_NOEXCEPT;
-QVX_API Complex MulCR(Complex a, double r) QVX_NOEXCEPT;
-QVX_API Complex DivC(Complex a, Complex b) QVX_NOEXCEPT;
-QVX_API Complex DivCR(Complex a, double r) QVX_NOEXCEPT;
-QVX_API Complex InvC(Complex z) QVX_NOEXCEPT;
-QVX_API Complex ConjC(Complex z) QVX_NOEXCEPT;
-QVX_API double  RealC(Complex z) QVX_NOEXCEPT;
-QVX_API double  ImagC(Complex z) QVX_NOEXCEPT;
-QVX_API Complex Add3C(Complex a, Complex b, Complex c) QVX_NOEXCEPT;
-QVX_API Complex Mul3C(Complex a, Complex b, Complex c) QVX_NOEXCEPT;
-QVX_API Complex AddNC(int32_t n, ...) QVX_NOEXCEPT;      /* sum of n Complex arguments */
-QVX_API Complex SqrC(Complex z) QVX_NOEXCEPT;
-QVX_API Complex SqrtC(Complex z) QVX_NOEXCEPT;
-QVX_API double  AbsC(double x, double y) QVX_NOEXCEPT;
-QVX_API double  PhaC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ExpC(double t) QVX_NOEXCEPT;             /* (cos t, sin t) */
-QVX_API Complex ExpCC(double x, double y) QVX_NOEXCEPT;  /* e^(x + iy) */
-QVX_API Complex LogC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex Log10C(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex PowC(Complex z, Complex w) QVX_NOEXCEPT;
-QVX_API Complex PowCR(Complex z, double e) QVX_NOEXCEPT;
-QVX_API Complex PowRC(double x, Complex w) QVX_NOEXCEPT;
-QVX_API Complex PowRR(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex PowIR(int32_t x, double y) QVX_NOEXCEPT;
-QVX_API Complex SinC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex CosC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex TanC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex SinhC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex CoshC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex TanhC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArcsinC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArccosC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArctanC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArcsinhC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArccoshC(double x, double y) QVX_NOEXCEPT;
-QVX_API Complex ArctanhC(double x, double y) QVX_NOEXCEPT;
-
-/* Rounding family: Floor and FractionalPart truncate toward zero, Round sends
- * halves away from zero, Ceiling is trunc(x) + 1 for any non-integer. */
-QVX_API double  Round(double x) QVX_NOEXCEPT;
-QVX_API double  Floor(double x) QVX_NOEXCEPT;
-QVX_API double  Ceiling(double x) QVX_NOEXCEPT;
-QVX_API double  FractionalPart(double x) QVX_NOEXCEPT;
-QVX_API double  Sign(double x) QVX_NOEXCEPT;
-QVX_API double  Sqr(double x) QVX_NOEXCEPT;
-QVX_API double  Sqrt(double x) QVX_NOEXCEPT;
-QVX_API int32_t IsINF(double x) QVX_NOEXCEPT;
-QVX_API int32_t IsNAN(double x) QVX_NOEXCEPT;
-QVX_API int     CompareFloats(const void *a, const void *b) QVX_NOEXCEPT;  /* qsort order of doubles */
-QVX_API double  Min2(double a, double b) QVX_NOEXCEPT;
-QVX_API double  Min3(double a, double b, double c) QVX_NOEXCEPT;
-QVX_API double  Max2(double a, double b) QVX_NOEXCEPT;
-QVX_API double  Max3(double a, double b, double c) QVX_NOEXCEPT;
-QVX_API int32_t Min2L(int32_t a, int32_t b) QVX_NOEXCEPT;
-QVX_API int32_t Min3L(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
-QVX_API int32_t Max2L(int32_t a, int32_t b) QVX_NOEXCEPT;
-QVX_API int32_t Max3L(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
-
-/* Reductions of a Vector (0 for an empty one). */
-QVX_API double  Min(const double *v) QVX_NOEXCEPT;
-QVX_API double  Max(const double *v) QVX_NOEXCEPT;
-QVX_API double  Mean(const double *v) QVX_NOEXCEPT;
-QVX_API double  Median(const double *v) QVX_NOEXCEPT;
-
-QVX_API double  GreatestCommonDivisor(double a, double b) QVX_NOEXCEPT;  /* of the truncated magnitudes */
-QVX_API double **PrimeFactors2(double n) QVX_NOEXCEPT;  /* Matrix(2, k): primes, exponents */
-
-/* Random numbers. The cell is the generator state; a value below 1 reseeds. */
-QVX_API double  Ran2(int32_t *cell) QVX_NOEXCEPT;       /* in (0, 0.99999988] */
-QVX_API double  RandomReal(double a, double b, int32_t *cell) QVX_NOEXCEPT;
-QVX_API int32_t RandomInteger(int32_t low, int32_t high, int32_t *cell) QVX_NOEXCEPT;  /* in [low, high] */
-
-/* ---- Fitting and optimisation; random numbers and number theory ---- */
-
-/* Fitting. Data are 1D sets (Matrix(2, n)); a third column, when present,
- * holds the standard deviations of the ordinates. Polynomial coefficients
- * ascend (c[1] the constant term). PolyFit(Function) and the
- * PolynomialFit family are least squares by Householder QR: NaN
- * coefficients with fewer points than coefficients; PolynomialFit2 gives
- * a Matrix(2, degree + 1) of coefficients and standard errors,
- * PolynomialFitFunc a new 1D set of fitted values. SavitzkyGolayCoefficients:
- * weights of the window -left..right for the derivative at its centre;
- * SavitzkyGolay smooths with half width m, windows shifted inside at the ends.
- * Model fits minimise chi-square by the downhill simplex. GaussianFit:
- * y0 + A exp(-(x-c)^2/(2 w^2)); LorentzianFit: y0 + A w^2/((x-c)^2 + w^2);
- * the Fit texts read "A = ..\nc = ..\nw = ..\ny0 = ..\n" and the Function
- * texts one line "x y" per abscissa (FreeString); null with fewer than 4
- * points. */
-typedef double (*FitModelFn)(double x, const double *p, void *data);  /* p: a Vector of parameters */
-QVX_API double   PolyEval(const double *c, double x) QVX_NOEXCEPT;
-QVX_API double  *PolyFit(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
-QVX_API double  *PolyFitFunction(const double *x, const double *y, int32_t degree) QVX_NOEXCEPT;
-QVX_API double  *PolynomialFit(double **set, int32_t degree) QVX_NOEXCEPT;
-QVX_API double **PolynomialFit2(double **set, int32_t degree) QVX_NOEXCEPT;
-QVX_API double **PolynomialFitFunc(double **set, int32_t degree) QVX_NOEXCEPT;
-QVX_API double  *SavitzkyGolayCoefficients(int32_t left, int32_t right, int32_t order, int32_t derivative) QVX_NOEXCEPT;
-QVX_API double  *SavitzkyGolay(const double *v, int32_t m, int32_t order) QVX_NOEXCEPT;
-QVX_API double   ChiSquare(double **set, FitModelFn model, const double *p, void *data) QVX_NOEXCEPT;
-QVX_API double  *MinimizeChiSquare(double **set, FitModelFn model, const double *start, void *data) QVX_NOEXCEPT;
-QVX_API char    *GaussianFit(double **set) QVX_NOEXCEPT;
-QVX_API char    *GaussianFitFunction(double **set) QVX_NOEXCEPT;
-QVX_API char    *LorentzianFit(double **set) QVX_NOEXCEPT;
-QVX_API char    *LorentzianFitFunction(double **set) QVX_NOEXCEPT;
-/* Minimisers. Amoeba: Nelder-Mead from start with axis steps `step`, to a
- * relative spread tol of the vertex values or maxEvaluations calls; returns
- * the best vertex. AmoebaTry: one move of the worst vertex `high` of a
- * simplex (Matrix(n + 1, n), one vertex a column) by factor (-1 reflect,
- * 2 expand, 0.5 contract), replacing it when better; returns the trial
- * value. BracketMinimum: Vector(3) a, b, c with f(b) below f(a) and f(c)
- * (NaNs when none is found). BrentMinimization: the minimum value in the
- * bracket, its abscissa in *xmin; tol <= 0 means 3e-8. NaN function values
- * count as +infinity. SimulatedAnnealing: the best point of a Metropolis
- * walk cooled geometrically from temperature. */
-QVX_API double  *Amoeba(ScalarFieldFn f, void *params, const double *start, double step, double tol,
-                        int32_t maxEvaluations) QVX_NOEXCEPT;
-QVX_API double   AmoebaTry(double **simplex, double *values, double *sum, ScalarFieldFn f, void *params,
-                           int32_t high, double factor) QVX_NOEXCEPT;
-QVX_API double  *BracketMinimum(RealFnP f, void *params, double a, double b) QVX_NOEXCEPT;
-QVX_API double   BrentMinimization(RealFnP f, void *params, double a, double b, double c, double tol,
-                                   double *xmin) QVX_NOEXCEPT;
-QVX_API double  *SimulatedAnnealing(ScalarFieldFn f, void *params, const double *start, double step,
-                                    double temperature, int32_t iterations, int32_t *seed) QVX_NOEXCEPT;
-/* Roots. Bisection: NaN without a sign change; BisectionN: every sign change
- * among n equal subintervals, refined, as a Vector. NewtonRaphson: df may
- * be null (central differences); NaN when it does not converge.
- * NewtonRaphsonN: a system f(x) = 0, Jacobian by differences; NaNs when it
- * does not converge. */
-QVX_API double   Bisection(RealFnP f, void *params, double a, double b, double tol) QVX_NOEXCEPT;
-QVX_API double  *BisectionN(RealFnP f, void *params, double a, double b, int32_t n, double tol) QVX_NOEXCEPT;
-QVX_API double   NewtonRaphson(RealFnP f, RealFnP df, void *params, double x0, double tol) QVX_NOEXCEPT;
-QVX_API double  *NewtonRaphsonN(VectorFieldFn f, void *params, const double *x0, double tol) QVX_NOEXCEPT;
-
-/* Random deviates, drawn from the Ran2 cell seed (a private cell seeded
- * with -1 when null). BoxMuller: a pair of independent standard normal
- * deviates (re, im); BoxMuller1/2 one of its parts. Poisson: Knuth's method
- * below a mean of 10, transformed rejection above. Randomize*: new
- * containers of uniform deviates in [low, high). Ran22: the combined
- * generator with its shuffle state carried in 35 caller-owned words
- * (state[0] below 1 seeds). Ran2P, Ran2P2: Ran2 in callback shape, params
- * the seed cell. RandomInteger2: [low, high] from two draws, even over
- * spans near 2^32. RandomIntegerP: params leads to int32 low, high, cell. */
-QVX_API Complex  BoxMuller(int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   BoxMuller1(int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   BoxMuller2(int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   RandomRealNormal(double mean, double sigma, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   PoissonRandomNumber(double mean, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double  *PoissonRandomNumbers(int32_t n, double mean, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double  *RandomizeVector(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
-QVX_API Complex *RandomizeVectorC(int32_t n, double low, double high, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double **RandomizeMatrix(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
-QVX_API Complex **RandomizeMatrixC(int32_t cols, int32_t rows, double low, double high, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   Ran22(int32_t *state) QVX_NOEXCEPT;
-QVX_API double   Ran2P(double x, void *params) QVX_NOEXCEPT;
-QVX_API double   Ran2P2(double x, double y, void *params) QVX_NOEXCEPT;
-QVX_API int32_t  RandomInteger2(int32_t low, int32_t high, int32_t *seed) QVX_NOEXCEPT;
-QVX_API double   RandomIntegerP(double x, void *params) QVX_NOEXCEPT;
-/* Niederreiter sequence in base 2 (31 bits, up to 1024 dimensions):
- * Niederreiter gives points 0..n-1 as a Matrix(dim, n), from the origin;
- * Niederreiter1 point number index alone. The steps of the construction:
- * Setfld2 the irreducible GF(2) polynomials (bit k: coefficient of x^k) of
- * the dimensions, PlyMul2 a product of such polynomials (0 past degree
- * 63), CalcV2 the sequence v[0..maxv] (a VectorL) for px and the running
- * product pb, CalcC2 the direction numbers as a MatrixL(dim, 31). */
-QVX_API double **Niederreiter(int32_t dim, int32_t n) QVX_NOEXCEPT;
-QVX_API double  *Niederreiter1(int32_t dim, int32_t index) QVX_NOEXCEPT;
-QVX_API int32_t *NiederreiterSetfld2(int32_t dim) QVX_NOEXCEPT;
-QVX_API uint64_t NiederreiterPlyMul2(uint64_t a, uint64_t b) QVX_NOEXCEPT;
-QVX_API int32_t *NiederreiterCalcV2(uint64_t px, uint64_t pb, int32_t maxv) QVX_NOEXCEPT;
-QVX_API int32_t **NiederreiterCalcC2(int32_t dim) QVX_NOEXCEPT;
-
-/* Number theory on integer-valued doubles (exact up to 2^53). Even, Odd,
- * Divisible: 1 or 0 (0 for non-integers). NextPow: the least power of two
- * at or above n (0 above 2^30). ModularExponentiation: NaN for a modulus
- * below 1 or a negative exponent. Primes: PrimeNumbers the first n,
- * PrimeNumbersSieve those up to limit, PrimeNumbersSmall the same as a
- * VectorL, PrimeNumbersSub those in [low, high] (a window of at most 1e8);
- * PrimeNumber the n-th (-1 outside 1..1e8); PrimeCount pi(x) (-1 above
- * 1e12). Factorisations are Matrix(2, k) of primes and exponents, as
- * PrimeFactors2: AddPrimeFactors merges two (the product), TestPrimeFactors
- * checks one against n; PrimeFactorsSmall lists the factors of n with
- * repetition; Divisors ascend; PrimitiveRootPrime the least root, -1 when p
- * is not prime. */
-QVX_API int32_t  Even(double x) QVX_NOEXCEPT;
-QVX_API int32_t  Odd(double x) QVX_NOEXCEPT;
-QVX_API int32_t  Divisible(double a, double b) QVX_NOEXCEPT;
-QVX_API int32_t  NextPow(int32_t n) QVX_NOEXCEPT;
-QVX_API double   ModularExponentiation(double base, double exponent, double modulus) QVX_NOEXCEPT;
-QVX_API double  *PrimeNumbers(int32_t n) QVX_NOEXCEPT;
-QVX_API double  *PrimeNumbersSieve(double limit) QVX_NOEXCEPT;
-QVX_API int32_t *PrimeNumbersSmall(int32_t limit) QVX_NOEXCEPT;
-QVX_API double  *PrimeNumbersSub(double low, double high) QVX_NOEXCEPT;
-QVX_API double   PrimeNumber(double n) QVX_NOEXCEPT;
-QVX_API double   PrimeCount(double x) QVX_NOEXCEPT;
-QVX_API double **AddPrimeFactors(double **a, double **b) QVX_NOEXCEPT;
-QVX_API int32_t  TestPrimeFactors(double n, double **factors) QVX_NOEXCEPT;
-QVX_API int32_t *PrimeFactorsSmall(int32_t n) QVX_NOEXCEPT;
-QVX_API double  *Divisors(double n) QVX_NOEXCEPT;
-QVX_API double   PrimitiveRootPrime(double p) QVX_NOEXCEPT;
-/* Enumerations: one item per row, one position per column, lexicographic;
- * empty (0 rows) beyond 2^24 elements. Generate* work on 1..n; Enumerate*
- * on the elements of v, by position (the Sub forms are the recursive
- * workers: they fill `out` from row *row + 1). GenerateComb steps the
- * ascending VectorL c to the next k-subset of 1..n in place (0 at the end).
- * GenerateRow*: row `index` (1-based) alone. CartesianProduct: the pairs
- * (a_i, b_j), j fastest, as a Matrix(2, na nb). */
-QVX_API double **GenerateCombinations(int32_t n, int32_t k) QVX_NOEXCEPT;
-QVX_API int32_t **GenerateCombinationsL(int32_t n, int32_t k) QVX_NOEXCEPT;
-QVX_API int32_t  GenerateComb(int32_t *c, int32_t n) QVX_NOEXCEPT;
-QVX_API double  *GenerateRowCombination(int32_t n, int32_t k, double index) QVX_NOEXCEPT;
-QVX_API double **GeneratePermutations(int32_t n) QVX_NOEXCEPT;
-QVX_API int32_t **GeneratePermutationsL(int32_t n) QVX_NOEXCEPT;
-QVX_API double  *GenerateRowPermutation(int32_t n, double index) QVX_NOEXCEPT;
-QVX_API double **EnumerateCombinations(const double *v, int32_t k) QVX_NOEXCEPT;
-QVX_API void     EnumerateCombinationsSub(const double *v, int32_t k, int32_t start, int32_t depth, double *current,
-                                          double **out, int32_t *row) QVX_NOEXCEPT;
-QVX_API double **EnumeratePermutations(const double *v) QVX_NOEXCEPT;
-QVX_API double **EnumerateTuples(const double *v, int32_t k) QVX_NOEXCEPT;
-QVX_API void     EnumerateTuplesSub(const double *v, int32_t k, int32_t depth, double *current, double **out,
-                                    int32_t *row) QVX_NOEXCEPT;
-QVX_API double **CartesianProduct(const double *a, const double *b) QVX_NOEXCEPT;
-
-/* ---- Vector and matrix utilities and statistics ---- */
 
 /* Every function that returns a container returns a new one and leaves its
  * arguments alone (the Swap forms of two scalars excepted). Numeric
@@ -2135,230 +2289,90 @@ QVX_API double **HistogramD(const double *v, int32_t n) QVX_NOEXCEPT;
 QVX_API int32_t  GetNPts(const double *v, double a, double b) QVX_NOEXCEPT;
 
 /* ======================================================================== */
-/* Interpolation and discretisation                                         */
+/* Scalar maths                                                             */
 /* ======================================================================== */
 
-/* Data sets as in the calculus family: 1D a Matrix(2, n), 1DC a MatrixC(2,
- * n) with the abscissas in the real parts, abscissas ascending; 2D a
- * MatrixVector2D (values m[j][i] at abscissa j, ordinate i); 2DC a
- * MatrixVectorC of 3 of the same shape (abscissas and ordinates in the real
- * parts). Uniform grids include both ends: point i of n is x1 + (i-1)(x2 -
- * x1)/(n-1). Index-domain members (V, M, Cols, Rows) take element k as the
- * sample at position k and keep both ends: new element k of n drawn from m
- * sits at 1 + (k-1)(m-1)/(n-1). Straight-line and local-polynomial values
- * outside the abscissas continue the end pieces. Bad input gives the empty
- * result of the kind: a vector of length 0, a matrix of 0 columns, a set of
- * 0 points, NaN. */
-typedef Complex (*ComplexFn2)(double x, double y, void *params);
-typedef Complex (*ComplexFnZ)(Complex z);
-typedef Complex (*ComplexOdeFn1)(double x, Complex y, void *params);   /* y' = f(x, y) */
+/* Complex value pairs. Functions described over the two parts of one number
+ * take (x, y) = (real, imaginary); the others take Complex values. */
+QVX_API Complex ComplexR(double re, double im) QVX_NOEXCEPT;
+QVX_API Complex ComplexP(double modulus, double phase) QVX_NOEXCEPT;
+QVX_API Complex CZ(void) QVX_NOEXCEPT;
+QVX_API Complex C1(void) QVX_NOEXCEPT;
+QVX_API Complex CI(void) QVX_NOEXCEPT;
+QVX_API Complex II(void) QVX_NOEXCEPT;
+QVX_API Complex AddC(Complex a, Complex b) QVX_NOEXCEPT;
+QVX_API Complex SubC(Complex a, Complex b) QVX_NOEXCEPT;
+QVX_API Complex MulC(Complex a, Complex b) QVX_NOEXCEPT;
+QVX_API Complex MulCR(Complex a, double r) QVX_NOEXCEPT;
+QVX_API Complex DivC(Complex a, Complex b) QVX_NOEXCEPT;
+QVX_API Complex DivCR(Complex a, double r) QVX_NOEXCEPT;
+QVX_API Complex InvC(Complex z) QVX_NOEXCEPT;
+QVX_API Complex ConjC(Complex z) QVX_NOEXCEPT;
+QVX_API double  RealC(Complex z) QVX_NOEXCEPT;
+QVX_API double  ImagC(Complex z) QVX_NOEXCEPT;
+QVX_API Complex Add3C(Complex a, Complex b, Complex c) QVX_NOEXCEPT;
+QVX_API Complex Mul3C(Complex a, Complex b, Complex c) QVX_NOEXCEPT;
+QVX_API Complex AddNC(int32_t n, ...) QVX_NOEXCEPT;      /* sum of n Complex arguments */
+QVX_API Complex SqrC(Complex z) QVX_NOEXCEPT;
+QVX_API Complex SqrtC(Complex z) QVX_NOEXCEPT;
+QVX_API double  AbsC(double x, double y) QVX_NOEXCEPT;
+QVX_API double  PhaC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ExpC(double t) QVX_NOEXCEPT;             /* (cos t, sin t) */
+QVX_API Complex ExpCC(double x, double y) QVX_NOEXCEPT;  /* e^(x + iy) */
+QVX_API Complex LogC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex Log10C(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex PowC(Complex z, Complex w) QVX_NOEXCEPT;
+QVX_API Complex PowCR(Complex z, double e) QVX_NOEXCEPT;
+QVX_API Complex PowRC(double x, Complex w) QVX_NOEXCEPT;
+QVX_API Complex PowRR(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex PowIR(int32_t x, double y) QVX_NOEXCEPT;
+QVX_API Complex SinC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex CosC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex TanC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex SinhC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex CoshC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex TanhC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArcsinC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArccosC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArctanC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArcsinhC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArccoshC(double x, double y) QVX_NOEXCEPT;
+QVX_API Complex ArctanhC(double x, double y) QVX_NOEXCEPT;
 
-/* One value. LinearInterpolation1(C): straight lines; ParabolicInterpolation1
- * and CubicInterpolation1: the polynomial through the 3 or 4 nearest
- * samples; Lagrange: through all samples (Neville's algorithm);
- * ParabolicInterpolation11: through three given points; ParabolicExtremum:
- * abscissa of the vertex of that parabola, its value in *yExtremum (may be
- * null), NaN for collinear points. LinearInterpolation2D1: bilinear. */
-QVX_API double  LinearInterpolation1(double **set, double x) QVX_NOEXCEPT;
-QVX_API Complex LinearInterpolation1C(Complex **set, double x) QVX_NOEXCEPT;
-QVX_API double  ParabolicInterpolation1(double **set, double x) QVX_NOEXCEPT;
-QVX_API double  CubicInterpolation1(double **set, double x) QVX_NOEXCEPT;
-QVX_API double  Lagrange(double **set, double x) QVX_NOEXCEPT;
-QVX_API double  ParabolicInterpolation11(double x1, double y1, double x2, double y2, double x3, double y3,
-                                         double x) QVX_NOEXCEPT;
-QVX_API double  ParabolicExtremum(double x1, double y1, double x2, double y2, double x3, double y3,
-                                  double *yExtremum) QVX_NOEXCEPT;
-QVX_API double  LinearInterpolation2D1(double ***set, double x, double y) QVX_NOEXCEPT;
+/* Rounding family: Floor and FractionalPart truncate toward zero, Round sends
+ * halves away from zero, Ceiling is trunc(x) + 1 for any non-integer. */
+QVX_API double  Round(double x) QVX_NOEXCEPT;
+QVX_API double  Floor(double x) QVX_NOEXCEPT;
+QVX_API double  Ceiling(double x) QVX_NOEXCEPT;
+QVX_API double  FractionalPart(double x) QVX_NOEXCEPT;
+QVX_API double  Sign(double x) QVX_NOEXCEPT;
+QVX_API double  Sqr(double x) QVX_NOEXCEPT;
+QVX_API double  Sqrt(double x) QVX_NOEXCEPT;
+QVX_API int32_t IsINF(double x) QVX_NOEXCEPT;
+QVX_API int32_t IsNAN(double x) QVX_NOEXCEPT;
+QVX_API int     CompareFloats(const void *a, const void *b) QVX_NOEXCEPT;  /* qsort order of doubles */
+QVX_API double  Min2(double a, double b) QVX_NOEXCEPT;
+QVX_API double  Min3(double a, double b, double c) QVX_NOEXCEPT;
+QVX_API double  Max2(double a, double b) QVX_NOEXCEPT;
+QVX_API double  Max3(double a, double b, double c) QVX_NOEXCEPT;
+QVX_API int32_t Min2L(int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API int32_t Min3L(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
+QVX_API int32_t Max2L(int32_t a, int32_t b) QVX_NOEXCEPT;
+QVX_API int32_t Max3L(int32_t a, int32_t b, int32_t c) QVX_NOEXCEPT;
 
-/* New sets: on n points spread evenly over the abscissas, or at the given
- * abscissas (Pts). Spline forms are natural cubic splines; the 2D spline
- * runs one along x for each row, then one along y. */
-QVX_API Complex **LinearInterpolation1DC(Complex **set, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **LinearInterpolationPts1D(double **set, const double *x) QVX_NOEXCEPT;
-QVX_API Complex **LinearInterpolationPts1DC(Complex **set, const double *x) QVX_NOEXCEPT;
-QVX_API double  **ParabolicInterpolation1D(double **set, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **SplineInterpolation(double **set, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **SplineInterpolationPts(double **set, const double *x) QVX_NOEXCEPT;
-QVX_API double ***LinearInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
-QVX_API double ***LinearInterpolationPts2D(double ***set, const double *x, const double *y) QVX_NOEXCEPT;
-QVX_API double ***SplineInterpolation2D(double ***set, int32_t nx, int32_t ny) QVX_NOEXCEPT;
+/* Reductions of a Vector (0 for an empty one). */
+QVX_API double  Min(const double *v) QVX_NOEXCEPT;
+QVX_API double  Max(const double *v) QVX_NOEXCEPT;
+QVX_API double  Mean(const double *v) QVX_NOEXCEPT;
+QVX_API double  Median(const double *v) QVX_NOEXCEPT;
 
-/* Index domain: vectors to n elements, matrices to the given columns and
- * rows (Cols: each column to `rows`; Rows: each row to `cols`). ML rounds
- * to integers; Proximal takes the nearest element (MH changes the columns
- * only, MV the rows only). BicubicInterpolationM: Catmull-Rom bicubic
- * patches, the edges extended linearly. */
-QVX_API double   *LinearInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex  *LinearInterpolationVC(const Complex *v, int32_t n) QVX_NOEXCEPT;
-QVX_API double   *SplineInterpolationV(const double *v, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **LinearInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
-QVX_API double  **SplineInterpolationCols(double **m, int32_t rows) QVX_NOEXCEPT;
-QVX_API double  **LinearInterpolationRows(double **m, int32_t cols) QVX_NOEXCEPT;
-QVX_API double  **LinearInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
-QVX_API int32_t **LinearInterpolationML(int32_t **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
-QVX_API double  **ProximalInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
-QVX_API double  **ProximalInterpolationMH(double **m, int32_t cols) QVX_NOEXCEPT;
-QVX_API double  **ProximalInterpolationMV(double **m, int32_t rows) QVX_NOEXCEPT;
-QVX_API double  **BicubicInterpolationM(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
+QVX_API double  GreatestCommonDivisor(double a, double b) QVX_NOEXCEPT;  /* of the truncated magnitudes */
+QVX_API double **PrimeFactors2(double n) QVX_NOEXCEPT;  /* Matrix(2, k): primes, exponents */
 
-/* Bicubic interpolation in one cell from the values, the derivatives by x1
- * and x2 and the cross derivative at its four corners (Vectors of 4,
- * counter-clockwise from (x1l, x2l)). BicubicCoefficients: Matrix(4, 4),
- * c[i][j] multiplying t^(i-1) u^(j-1) of the unit cell (d1, d2 the cell
- * sides). BicubicInterpolation: the value at (x1, x2), the gradient in
- * *gradient1, *gradient2 (may be null). BicubicInterpolationSquare: the
- * Catmull-Rom patch of a 4 by 4 Matrix of unit-spaced samples p[j][i] (j
- * along x), at (x, y) in [0, 1]^2 between p[2..3][2..3]. */
-QVX_API double **BicubicCoefficients(const double *y, const double *y1, const double *y2, const double *y12,
-                                     double d1, double d2) QVX_NOEXCEPT;
-QVX_API double   BicubicInterpolation(const double *y, const double *y1, const double *y2, const double *y12,
-                                      double x1l, double x1u, double x2l, double x2u, double x1, double x2,
-                                      double *gradient1, double *gradient2) QVX_NOEXCEPT;
-QVX_API double   BicubicInterpolationSquare(double **p, double x, double y) QVX_NOEXCEPT;
-
-/* Smoothing. AdjacentAveraging(C): mean over elements i-m..i+m, cut at the
- * ends, non-finite elements left out; ML the same over a square of radius
- * `radius`, rounded. AdjacentAveragingInterpolation(C): that mean of the
- * ordinates, then straight lines onto n even points. AdjacentInterpolation(C):
- * non-finite elements replaced by straight lines between their finite
- * neighbours (the nearest one beyond the ends). SmoothSpline: Reinsch's
- * smoothing spline, minimising sum (y - g)^2 + lambda * integral g''^2, its
- * values at the abscissas; the 1DC forms smooth real and imaginary parts
- * (Rectangular) or modulus and unwrapped phase (Polar). */
-QVX_API double   *AdjacentAveraging(const double *v, int32_t m) QVX_NOEXCEPT;
-QVX_API Complex  *AdjacentAveragingC(const Complex *v, int32_t m) QVX_NOEXCEPT;
-QVX_API int32_t **AdjacentAveragingML(int32_t **m, int32_t radius) QVX_NOEXCEPT;
-QVX_API double  **AdjacentAveragingInterpolation(double **set, int32_t m, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex **AdjacentAveragingInterpolationC(Complex **set, int32_t m, int32_t n) QVX_NOEXCEPT;
-QVX_API double   *AdjacentInterpolation(const double *v) QVX_NOEXCEPT;
-QVX_API Complex  *AdjacentInterpolationC(const Complex *v) QVX_NOEXCEPT;
-QVX_API double  **SmoothSpline(double **set, double lambda) QVX_NOEXCEPT;
-QVX_API Complex **SmoothSplineRectangular1DC(Complex **set, double lambda) QVX_NOEXCEPT;
-QVX_API Complex **SmoothSplinePolar1DC(Complex **set, double lambda) QVX_NOEXCEPT;
-
-/* Cropping keeps what lies inside the bounds (indices 1-based and
- * inclusive, clipped to the container). Centered forms keep n elements
- * around the centre: element m/2+1 of m becomes element n/2+1 (n at most
- * m). Crop2D keeps the abscissas in [x1, x2] and ordinates in [y1, y2].
- * DownSample keeps elements 1, 1 + factor, ... (Cols: the rows of every
- * column). UniformScale maps the finite range of v onto [low, high] (a
- * constant vector to the midpoint). */
-QVX_API double   *CropVector(const double *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
-QVX_API Complex  *CropVectorC(const Complex *v, int32_t i1, int32_t i2) QVX_NOEXCEPT;
-QVX_API double   *CropVectorCentered(const double *v, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex  *CropVectorCenteredC(const Complex *v, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **CropMatrix(double **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
-QVX_API Complex **CropMatrixC(Complex **m, int32_t c1, int32_t c2, int32_t r1, int32_t r2) QVX_NOEXCEPT;
-QVX_API double  **CropMatrixCentered(double **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
-QVX_API Complex **CropMatrixCenteredC(Complex **m, int32_t cols, int32_t rows) QVX_NOEXCEPT;
-QVX_API double ***Crop2D(double ***set, double x1, double x2, double y1, double y2) QVX_NOEXCEPT;
-QVX_API double   *DownSampleV(const double *v, int32_t factor) QVX_NOEXCEPT;
-QVX_API Complex  *DownSampleVC(const Complex *v, int32_t factor) QVX_NOEXCEPT;
-QVX_API double  **DownSampleCols(double **m, int32_t factor) QVX_NOEXCEPT;
-QVX_API Complex **DownSampleColsC(Complex **m, int32_t factor) QVX_NOEXCEPT;
-QVX_API double   *UniformScale(const double *v, double low, double high) QVX_NOEXCEPT;
-
-/* Grids. DiscretizeDomain(C): n even points; IP fills v over its length.
- * DiscretizeDomainN: the points of a box, dims (VectorL) points per axis,
- * as a Matrix of one column per axis and one row per point, the last axis
- * running fastest (the FFTND order). Range: first, first + step, ... up to
- * last. PrimeNumbersRange: the primes in [low, high] (a VectorL; empty for
- * spans above 2^27). */
-QVX_API double  *DiscretizeDomain(double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex *DiscretizeDomainC(double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API void     DiscretizeDomainIP(double *v, double x1, double x2) QVX_NOEXCEPT;
-QVX_API double **DiscretizeDomainN(const double *lower, const double *upper, const int32_t *dims) QVX_NOEXCEPT;
-QVX_API double  *Range(double first, double last, double step) QVX_NOEXCEPT;
-QVX_API int32_t *PrimeNumbersRange(int32_t low, int32_t high) QVX_NOEXCEPT;
-
-/* Sampling functions on n even points from x1 to x2: as a set (1D, 1DC,
- * PN, PNC) or as the values only (N1, C, P, PC); DiscretizeV at the
- * elements of x; DiscretizeCC along the segment from z1 to z2 (column 1
- * the points, column 2 the values); NU on a graded grid whose last
- * interval is ratio times the first; DiscretizeN over a box (FFTND order,
- * f given the point as a Vector); 2D and ScalarField2D on an nx by ny grid.
- * DiscretizeAdaptive: bisection where the midpoint strays more than tol
- * from the chord, at most maxPoints points; DiscretizeAdaptiveSub is its
- * worker, which appends its points of (a, b] to xs and ys (element 0 the
- * count so far, capacity the room) and returns the count.
- * DiscretizeRungeKutta1D(C): the solution of y' = f(x, y), y(x1) = y0, by
- * classical Runge-Kutta, four steps between output points. */
-QVX_API double  **Discretize1D(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex **Discretize1DC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **DiscretizePN(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex **DiscretizePNC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API double   *DiscretizeN1(RealFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex  *DiscretizeC(ComplexFn f, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API double   *DiscretizeP(RealFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex  *DiscretizePC(ComplexFnP f, void *params, double x1, double x2, int32_t n) QVX_NOEXCEPT;
-QVX_API double   *DiscretizeV(RealFn f, const double *x) QVX_NOEXCEPT;
-QVX_API Complex **DiscretizeCC(ComplexFnZ f, Complex z1, Complex z2, int32_t n) QVX_NOEXCEPT;
-QVX_API double  **DiscretizeNU(RealFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
-QVX_API Complex **DiscretizeNUC(ComplexFn f, double x1, double x2, int32_t n, double ratio) QVX_NOEXCEPT;
-QVX_API double   *DiscretizeN(ScalarFieldFn f, void *params, const double *lower, const double *upper,
-                              const int32_t *dims) QVX_NOEXCEPT;
-QVX_API double ***Discretize2D(RealFn2 f, void *params, double x1, double x2, double y1, double y2, int32_t nx,
-                               int32_t ny) QVX_NOEXCEPT;
-QVX_API Complex ***Discretize2DC(ComplexFn2 f, void *params, double x1, double x2, double y1, double y2,
-                                 int32_t nx, int32_t ny) QVX_NOEXCEPT;
-QVX_API double ***ScalarField2D(ScalarFieldFn f, void *params, double x1, double x2, double y1, double y2,
-                                int32_t nx, int32_t ny) QVX_NOEXCEPT;
-QVX_API double  **DiscretizeAdaptive(RealFn f, double x1, double x2, double tol, int32_t maxPoints) QVX_NOEXCEPT;
-QVX_API int32_t   DiscretizeAdaptiveSub(RealFn f, double a, double fa, double b, double fb, double tol,
-                                        int32_t depth, double *xs, double *ys, int32_t capacity) QVX_NOEXCEPT;
-QVX_API double  **DiscretizeRungeKutta1D(RealFn2 f, void *params, double x1, double x2, double y0,
-                                         int32_t n) QVX_NOEXCEPT;
-QVX_API Complex **DiscretizeRungeKutta1DC(ComplexOdeFn1 f, void *params, double x1, double x2, Complex y0,
-                                          int32_t n) QVX_NOEXCEPT;
-
-/* Expansions. ChebychevExpansion: n coefficients from the Chebyshev nodes,
- * f(x) ~ sum c[k+1] T_k((2x - a - b)/(b - a)) (c[1] already halved).
- * DiscretizeDFT: the m samples of v taken as one period, resampled to n by
- * trigonometric interpolation (n = m gives v back). SphericalHarmonic:
- * orthonormal Y_l^m(theta, phi) with the Condon-Shortley phase, 0 for
- * |m| > l. */
-QVX_API double  *ChebychevExpansion(RealFn f, double a, double b, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex *DiscretizeDFT(const Complex *v, int32_t n) QVX_NOEXCEPT;
-QVX_API Complex  SphericalHarmonic(int32_t l, int32_t m, double theta, double phi) QVX_NOEXCEPT;
-
-/* Spheres: f at radius * (sin t cos p, sin t sin p, cos t) as a Matrix of
- * nPhi columns (p = 2 pi (j-1)/nPhi) and nTheta rows: t = pi (i-1)/(nTheta-1),
- * or, for CS, cos t = 1 - 2 (i-1)/(nTheta-1). SimpsonIntegal...: the angular
- * integral of such a grid, integral of f dOmega (Simpson along t, the
- * periodic trapezoid along p). */
-QVX_API double **DiscretizeSpherical3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
-                                       int32_t nPhi) QVX_NOEXCEPT;
-QVX_API double **DiscretizeSphericalCS3D(ScalarFieldFn f, void *params, double radius, int32_t nTheta,
-                                         int32_t nPhi) QVX_NOEXCEPT;
-QVX_API double   SimpsonIntegalSpherical3D(double **values) QVX_NOEXCEPT;
-QVX_API double   SimpsonIntegalSphericalCS3D(double **values) QVX_NOEXCEPT;
-
-/* Fredholm equations of the second kind, f(x) = g(x) + lambda integral_a^b
- * K(x, t) f(t) dt, by Nystrom's method on n Gauss-Legendre nodes (n up to
- * 2000): a Matrix(3, n) of nodes, weights and solution (NaN when the system
- * is singular). FredholmInterpolation1(C): the solution anywhere by the
- * Nystrom formula, from that matrix. */
-QVX_API double  **Fredholm2(RealFn2 kernel, RealFnP g, void *params, double lambda, double a, double b,
-                            int32_t n) QVX_NOEXCEPT;
-QVX_API Complex **Fredholm21DC(ComplexFn2 kernel, ComplexFnP g, void *params, Complex lambda, double a,
-                               double b, int32_t n) QVX_NOEXCEPT;
-QVX_API double    FredholmInterpolation1(double **solution, RealFn2 kernel, RealFnP g, void *params,
-                                         double lambda, double x) QVX_NOEXCEPT;
-QVX_API Complex   FredholmInterpolation1C(Complex **solution, ComplexFn2 kernel, ComplexFnP g, void *params,
-                                          Complex lambda, double x) QVX_NOEXCEPT;
-
-/* Adaptive sampling of an expression text of one unknown over [x1, x2]
- * (evaluated in a scratch copy of env; the env's cancel flag stops it):
- * n even samples (3..4096), then midpoints wherever one strays from the
- * chord by more than tolerance times the spread of the first samples (a
- * tolerance <= 0 means 1e-3), up to 16384 points. An empty set when the
- * text can't be sampled or the sampling was cancelled. */
-QVX_API double  **AutoSample1D(const char *text, double x1, double x2, int32_t n, double tolerance,
-                               Environment *env) QVX_NOEXCEPT;
-QVX_API Complex **AutoSample1DC(const char *text, double x1, double x2, int32_t n, double tolerance,
-                                Environment *env) QVX_NOEXCEPT;
-
-/* @@SCALAR@@ */
+/* Random numbers. The cell is the generator state; a value below 1 reseeds. */
+QVX_API double  Ran2(int32_t *cell) QVX_NOEXCEPT;       /* in (0, 0.99999988] */
+QVX_API double  RandomReal(double a, double b, int32_t *cell) QVX_NOEXCEPT;
+QVX_API int32_t RandomInteger(int32_t low, int32_t high, int32_t *cell) QVX_NOEXCEPT;  /* in [low, high] */
 
 #ifdef __cplusplus
 }
