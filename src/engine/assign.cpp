@@ -21,6 +21,7 @@
 #include "engine/program.h"
 #include "text/scan.h"
 #include "text/textarith.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
