@@ -39,6 +39,26 @@ bool IsArray(const Object *o) {
   return o && o->tag == kTagArray && o->environment && !o->environment->isScalar && o->environment->elements;
 }
 
+// Levels of arrays in arrays, counting this one. Copying, printing and
+// freeing recurse once a level, so an element that would make the nesting
+// deeper than kMaxArrayNesting is refused; every stored array obeys the
+// limit, which bounds this walk too.
+int32_t NestingDepth(const Object *o) {
+  if (!IsArray(o)) return 0;
+  int32_t deepest = 0;
+  const ElementVector *v = o->environment->elements;
+  for (int32_t i = 0; i < v->count; ++i) {
+    const auto *n = static_cast<const RBSTNode *>(v->items[i]);
+    const auto *e = n ? static_cast<const Object *>(n->value) : nullptr;
+    if (e && e->tag == kTagArray) deepest = std::max(deepest, NestingDepth(e));
+  }
+  return deepest + 1;
+}
+
+bool TooDeep(const Object *element) {
+  return element->tag == kTagArray && NestingDepth(element) >= kMaxArrayNesting;
+}
+
 // The next key in the order of the alphabet above, wrapping at the end.
 void NextKey(char *key) {
   for (int i = 4; i >= 1; --i) {
@@ -217,7 +237,8 @@ Object *ArrayElementAt(const Object *array, int32_t index) {
 
 bool SetArrayElement(Object *array, int32_t index, Object *element) {
   if (!element) return false;
-  if (!IsArray(array) || index < 0 || index >= ArrayCount(array) || !array->environment->elements->items) {
+  if (!IsArray(array) || index < 0 || index >= ArrayCount(array) || !array->environment->elements->items ||
+      TooDeep(element)) {
     FreeObject(element);
     return false;
   }
@@ -249,7 +270,8 @@ bool SetArrayElement(Object *array, int32_t index, Object *element) {
 bool AppendArrayElement(Object *array, Object *element) {
   if (!element) return false;
   const int32_t count = ArrayCount(array);
-  if (!IsArray(array) || count >= kMaxArrayElements || !ReserveItems(array->environment->elements, count + 1)) {
+  if (!IsArray(array) || count >= kMaxArrayElements || TooDeep(element) ||
+      !ReserveItems(array->environment->elements, count + 1)) {
     FreeObject(element);
     return false;
   }
