@@ -9,8 +9,7 @@
 //    which always ends: fewer keys are used than exist.
 //  * Deleting a table node with two children moves its predecessor's key and
 //    value into it, so a deletion rebuilds the items from the saved keys.
-// The item block grows by doubling (realloc to the next power of two, a
-// no-op while the block still fits), so appends one at a time are linear.
+// The item block grows by doubling, so appends one at a time are linear.
 #include "objects/array.h"
 
 #include <algorithm>
@@ -121,10 +120,15 @@ void StoreAlgebraicText(Object *element) {
   element->payload = DupText(text.c_str());
 }
 
-// Room for `count` items: the block is kept at the next power of two.
-bool ReserveItems(ElementVector *v, int32_t count) {
-  if (count <= 0) return true;
-  const std::size_t slots = std::bit_ceil(static_cast<std::size_t>(count));
+// Room for one more item. An array's item block always holds at least
+// bit_ceil(count) slots (CopyEnvironment keeps that for copies too), so the
+// block grows only when the count is a power of two, to twice its size: a
+// realloc per append would copy the block every time where realloc cannot
+// grow in place.
+bool ReserveOneMore(ElementVector *v) {
+  const auto count = static_cast<std::size_t>(v->count);
+  if (v->items && count + 1 <= std::bit_ceil(count)) return true;
+  const std::size_t slots = std::bit_ceil(count + 1);
   auto *items = static_cast<void **>(std::realloc(v->items, slots * sizeof(void *)));
   if (!items) return false;
   v->items = items;
@@ -271,7 +275,7 @@ bool AppendArrayElement(Object *array, Object *element) {
   if (!element) return false;
   const int32_t count = ArrayCount(array);
   if (!IsArray(array) || count >= kMaxArrayElements || TooDeep(element) ||
-      !ReserveItems(array->environment->elements, count + 1)) {
+      !ReserveOneMore(array->environment->elements)) {
     FreeObject(element);
     return false;
   }
@@ -295,7 +299,6 @@ bool ResizeArray(Object *array, int32_t count) {
     RemoveMarked(array, remove);
     return true;
   }
-  if (!ReserveItems(array->environment->elements, count)) return false;
   for (int32_t i = present; i < count; ++i) {
     // A cancelled enlargement stops with the elements it has made.
     if ((i & 1023) == 0 && CancelRequested(array->environment)) return true;
