@@ -325,6 +325,10 @@ uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::strin
   Object *value = nullptr;
   int32_t vown = 0;
   if (!EvaluateRight(right, env, &value, &vown)) return 0;
+  if (HoldsPlaceholder(value)) {
+    if (vown) FreeObject(value);
+    return 0;
+  }
   // Always a copy made for the array's scope, so "a.0=a" stores the array as
   // it was, never the array inside itself.
   Object *copy = CopyObject(value, array->environment, 1);

@@ -354,8 +354,8 @@ Object *ConstructArray(std::string_view body, Environment *env, int32_t *owned) 
     int32_t own = 0;
     Object *value = EvaluateExpression(items[i], env, &own);
     const Held held(value, own);
-    if (!value || IsSentinelObject(value)) {
-      Object *answer = value ? NewAlgebraicObject(AlgebraicText(value), env)
+    if (!value || IsSentinelObject(value) || HoldsPlaceholder(value)) {
+      Object *answer = value && !HoldsPlaceholder(value) ? NewAlgebraicObject(AlgebraicText(value), env)
                              : NewSentinelObject(kSentinelInvalidExpression, env);
       FreeObject(array);
       return answer;

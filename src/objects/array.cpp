@@ -25,6 +25,7 @@
 #include "objects/evaluator.h"
 #include "objects/print.h"
 #include "persistence/rbst.h"
+#include "text/classify.h"
 #include "text/scan.h"
 #include "text/sentinels.h"
 
@@ -104,18 +105,12 @@ void StampElement(Object *element, Environment *arrayEnv) {
   }
 }
 
-// An algebraic element keeps its printed text. Bytes 128..255 in it can only
-// be the placeholders of the script that made the value (names are ASCII):
-// they name that script's temporaries, so such a text is stored as the
-// sentinel instead.
+// An algebraic element keeps its printed text; one that holds placeholder
+// bytes is stored as the sentinel (see HoldsPlaceholder).
 void StoreAlgebraicText(Object *element) {
   if (element->tag != kTagAlgebraic) return;
-  std::string text = ObjectToText(element, 0);
-  for (const char c : text)
-    if (static_cast<unsigned char>(c) >= 128) {
-      text = kSentinelInvalidExpression;
-      break;
-    }
+  const std::string text = HoldsPlaceholder(element) ? std::string(kSentinelInvalidExpression)
+                                                     : ObjectToText(element, 0);
   WipeAndFree(static_cast<char *>(element->payload));
   element->payload = DupText(text.c_str());
 }
@@ -206,12 +201,36 @@ Environment *ResultScope(Object *array, Environment *env) {
   return array->parentEnvironment ? array->parentEnvironment : env;
 }
 
+// An error text among the arguments travels on as the answer, and the array
+// stays as it was; so does a text that still holds placeholders.
+Object *SentinelArgument(const ArgumentList *arguments, Object *array, Environment *env, int32_t *owned) {
+  for (int32_t i = 1; i < arguments->count; ++i) {
+    const Object *o = arguments->items[i];
+    if (HoldsPlaceholder(o)) {
+      *owned = 1;
+      return NewSentinelObject(kSentinelInvalidExpression, ResultScope(array, env));
+    }
+    if (o && o->tag == kTagAlgebraic && AlgebraicText(o) && ContainsErrorSentinel(AlgebraicText(o))) {
+      *owned = 1;
+      return NewAlgebraicObject(AlgebraicText(o), ResultScope(array, env));
+    }
+  }
+  return nullptr;
+}
+
 Object *Itself(Object *array, int32_t *owned) {
   *owned = 0;
   return array;
 }
 
 }  // namespace
+
+bool HoldsPlaceholder(const Object *o) {
+  if (!o || o->tag != kTagAlgebraic || !AlgebraicText(o)) return false;
+  for (const char *p = AlgebraicText(o); *p; ++p)
+    if (static_cast<unsigned char>(*p) >= 128) return true;
+  return false;
+}
 
 Object *NewArrayObject(int32_t count, Environment *parent) {
   if (count < 0 || count > kMaxArrayElements) return nullptr;
@@ -364,6 +383,7 @@ Object *ArrayAppendMethod(ArgumentList *arguments, Environment *env, int32_t *ow
   *owned = 0;
   Object *array = ReceiverOf(env);
   if (!arguments || arguments->count < 2 || !array) return nullptr;
+  if (Object *error = SentinelArgument(arguments, array, env, owned)) return error;
   if (ArrayCount(array) > kMaxArrayElements - (arguments->count - 1)) {
     *owned = 1;
     return NewSentinelObject(kSentinelInvalidExpression, ResultScope(array, env));
@@ -380,6 +400,7 @@ Object *ArrayInsertMethod(ArgumentList *arguments, Environment *env, int32_t *ow
   *owned = 0;
   Object *array = ReceiverOf(env);
   if (!arguments || arguments->count != 3 || !array) return nullptr;
+  if (Object *error = SentinelArgument(arguments, array, env, owned)) return error;
   int32_t index = 0;
   if (IndexIn(arguments->items[2], 0, ArrayCount(array), &index) && ArrayCount(array) < kMaxArrayElements)
     InsertArrayElement(array, index, CopyObject(arguments->items[1], array->environment, 1));

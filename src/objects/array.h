@@ -36,6 +36,11 @@ bool SetArrayElement(Object *array, int32_t index, Object *element);
 // refused, e.g. at the limit).
 bool AppendArrayElement(Object *array, Object *element);
 
+// True for an algebraic object whose text holds a byte 128..255: names are
+// ASCII, so such a byte is a placeholder of the script that made the value,
+// naming one of its temporaries. No stored element may hold one.
+bool HoldsPlaceholder(const Object *o);
+
 // Changes the count: new slots hold algebraic "0", a shorter array loses its
 // tail. False (and no change) outside 0..kMaxArrayElements.
 bool ResizeArray(Object *array, int32_t count);

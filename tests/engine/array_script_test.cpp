@@ -57,7 +57,11 @@ TEST(ArrayScript, ElementsReadAndWriteByPosition) {
       {"a=array:3;", "a.3=1", ">invalid_expression<"},
       {"a=array:3;,a.3=1", "a", "(array)\n  0\n  0\n  0"},
       {"a=array:2;,a.(0/0)=1", "a", "(array)\n  0\n  0"},
-      {"a=array:2;,a.1=array:2;,a.1.0=4", "a.1.0*2", "8"},
+      // A number index followed by "." would read as a decimal ("1.0"):
+      // nested positions are written in parentheses or as names.
+      {"a=array:2;,a.1=array:2;,a.(1).(0)=4", "a.(1).(0)*2", "8"},
+      {"a=array:2;,a.1=array:2;,k=1,m=0,a.k.m=4", "a.k", "(array)\n  4\n  0"},
+      {"a=array:2;,a.1=array:2;", "a.(1).size()", "2"},
       {"a=array:1;,a.0=y+1", "a.0", "y+1"},
       {"a=array:1;,a.0=\"t\"", "a", "(array)\n  \"t\""},
   };
@@ -74,8 +78,8 @@ TEST(ArrayScript, StoresAreCopies) {
   // An array stored in itself is the array as it was, not a cycle.
   s.Run("a.0=a");
   EXPECT_EQ(s.Run("a"), "(array)\n  (array)\n    0\n    0\n  0");
-  s.Run("a.0.1=3");
-  EXPECT_EQ(s.Run("a.0.1"), "3");
+  s.Run("a.(0).(1)=3");
+  EXPECT_EQ(s.Run("a.(0).(1)"), "3");
   EXPECT_EQ(s.Run("a.1"), "0");
   s.Run("a.append(a)");
   EXPECT_EQ(s.Run("a.size()"), "3");
@@ -99,6 +103,10 @@ TEST(ArrayScript, MethodsAsScriptsCallThem) {
       {"a=array:2;", "a.enlarge(x)", ">invalid_expression<"},
       {"a=array:2;", "a.swap(0,0/0)", "(array)\n  0\n  0"},
       {"a=array:2;", "a.matrix()", ">invalid_object<"},
+      // Errors among the arguments travel on and change nothing.
+      {"a=array:2;", "a.append(1/0)", ">invalid_expression<"},
+      {"a=array:2;,a.append(1/0)", "a.size()", "2"},
+      {"a=array:2;,a.insert(1/0,0),a.0=1/0", "a", "(array)\n  0\n  0"},
       {"a=array:;,c=a.append(5).crop(0,0)", "c.0", "5"},
   };
   RunCases(cases, std::size(cases));
