@@ -26,6 +26,7 @@
 #include "common/globals.h"
 #include "engine/program.h"
 #include "math/functions.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
@@ -87,8 +88,9 @@ constexpr NativeEntry kMatrixMethods[] = {
 };
 static_assert(sizeof kMatrixMethods / sizeof kMatrixMethods[0] == 29, "a matrix has 29 methods");
 constexpr NativeEntry kArrayMethods[] = {
-    {"size(0)", nullptr}, {"enlarge(1)", nullptr}, {"append()", nullptr}, {"insert(2)", nullptr},
-    {"swap(2)", nullptr}, {"crop(2)", nullptr},    {"delete()", nullptr}, {"matrix(0)", nullptr},
+    {"size(0)", ArraySizeMethod}, {"enlarge(1)", ArrayEnlargeMethod}, {"append()", ArrayAppendMethod},
+    {"insert(2)", ArrayInsertMethod}, {"swap(2)", ArraySwapMethod}, {"crop(2)", ArrayCropMethod},
+    {"delete()", ArrayDeleteMethod}, {"matrix(0)", ArrayMatrixMethod},
 };
 constexpr NativeEntry kStringMethods[] = {
     {"size(0)", nullptr},   {"append()", nullptr},       {"swap(2)", nullptr},        {"charcount(0)", nullptr},
@@ -149,6 +151,16 @@ void FillMethodTable(Environment *env, std::span<const NativeEntry> entries) {
   if (!env || env->isScalar) return;
   for (const NativeEntry &e : entries)
     if (FunctionRecord *r = NewNativeRecord(e, 1)) RBSTInsert(&env->functionTable, env->functionTable.root, e.key, r);
+}
+
+void FillTypeMethods(Environment *env, int32_t tag) {
+  switch (tag) {
+    case kTagArray:
+      FillMethodTable(env, kArrayMethods);
+      break;
+    default:
+      break;
+  }
 }
 
 std::span<const NativeEntry> BignumMethods() { return kBignumMethods; }

@@ -7,6 +7,7 @@
 // table read from a damaged stream may be a long chain.
 #include "objects/environment.h"
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -450,7 +451,11 @@ QVX_API Environment *CopyEnvironment(Environment *source, Environment *parent, i
       const bool elementNodes =
           source->scopeKind == 0 && owner && (owner->tag == kTagString || owner->tag == kTagArray);
       if (elementNodes && sv->count > 0 && sv->items) {
-        e->elements->items = static_cast<void **>(std::calloc(static_cast<std::size_t>(sv->count), sizeof(void *)));
+        // An array's block has room for bit_ceil(count) items, which its
+        // appends rely on (objects/array.cpp).
+        const auto slots = owner->tag == kTagArray ? std::bit_ceil(static_cast<std::size_t>(sv->count))
+                                                   : static_cast<std::size_t>(sv->count);
+        e->elements->items = static_cast<void **>(std::calloc(slots, sizeof(void *)));
         if (e->elements->items) {
           e->elements->count = sv->count;
           for (int32_t i = 0; i < sv->count; ++i) {
