@@ -143,11 +143,39 @@ Object *ScopeOwner(Environment *env) {
 
 // A value ready to be stored in `scope`: copied unless it is an owned object
 // that already belongs to that scope.
+// A symbolic text that still holds literal placeholders gets the literals'
+// values written back in: the placeholders name table entries that are
+// cleared when the script ends, so a stored value must not keep them.
+void SettleLiterals(Object *o, Environment *scope) {
+  if (!o || !o->payload) return;
+  auto settle = [scope](char **text) {
+    if (!*text) return;
+    for (const char *p = *text; *p; ++p)
+      if (static_cast<unsigned char>(*p) >= 128) {
+        RestoreLiterals(text, 15, scope);
+        return;
+      }
+  };
+  if (o->tag == kTagAlgebraic) {
+    auto *text = static_cast<char *>(o->payload);
+    settle(&text);
+    o->payload = text;
+  } else if (o->tag == kTagSplit) {
+    settle(&Split(o)->re);
+    settle(&Split(o)->im);
+  }
+}
+
+// A value ready to be stored in `scope`: copied unless it is an owned object
+// that already belongs to that scope, and free of literal placeholders.
 Object *Adopt(Object *value, int32_t owned, Environment *scope) {
-  if (owned && value->parentEnvironment == scope) return value;
-  Object *copy = CopyObject(value, scope, 1);
-  if (owned) FreeObject(value);
-  return copy;
+  Object *stored = value;
+  if (!owned || value->parentEnvironment != scope) {
+    stored = CopyObject(value, scope, 1);
+    if (owned) FreeObject(value);
+  }
+  SettleLiterals(stored, scope);
+  return stored;
 }
 
 // One depth-0 "." that is not part of "..", searched from the left.

