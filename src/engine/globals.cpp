@@ -44,7 +44,7 @@ Object *OperandCall(std::string_view text, Environment *env, int32_t *owned) {
 }
 
 // The evaluator as the floors below the engine call it.
-constexpr EvaluatorCalls kEvaluatorCalls{EvaluateExpression, OperandCall, LookUpVariable};
+constexpr EvaluatorCalls kEvaluatorCalls{EvaluateExpression, OperandCall, LookUpVariable, FillTypeMethods};
 
 void FillGlobals(Globals *g) {
   std::memset(static_cast<void *>(g), 0, sizeof(Globals));

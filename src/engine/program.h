@@ -184,6 +184,9 @@ struct NativeEntry {
 void FillDefaultFunctions(Environment *env);
 // Builds a method table into a new object's scope (no test for existing keys).
 void FillMethodTable(Environment *env, std::span<const NativeEntry> entries);
+// The method table of a type, by tag, for the constructors below the engine
+// (types without a table get none).
+void FillTypeMethods(Environment *env, int32_t tag);
 // The method tables of the types, for their constructors.
 std::span<const NativeEntry> BignumMethods();
 std::span<const NativeEntry> MatrixMethods();

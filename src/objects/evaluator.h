@@ -23,6 +23,9 @@ struct EvaluatorCalls {
   Object *(*operand)(std::string_view text, Environment *env, int32_t *owned);
   // The value of a name seen from `env`, as a variable of the language.
   Object *(*variable)(std::string_view name, Environment *env, int32_t *owned);
+  // Builds the method table of a type (by tag) into a new object's scope;
+  // the constructors below the engine call it, the engine knows the tables.
+  void (*fillMethods)(Environment *env, int32_t tag);
 };
 
 inline const EvaluatorCalls &Evaluator() { return *G().evaluator; }

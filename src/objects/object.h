@@ -94,7 +94,6 @@ Object *NewMutantObject(Environment *parent);
 // Provisional forms of the container and reference types: the object and its
 // own scope with the right tag; their contents are built by the modules of
 // those types.
-Object *NewMatrixObject(Environment *parent);
 Object *NewArrayObject(Environment *parent);
 // A string from its value (escapes already resolved).
 Object *NewStringObject(const char *value, Environment *parent);
@@ -103,6 +102,10 @@ Object *NewMapObject(Environment *parent);
 Object *NewClassDefinitionObject(Environment *parent);
 // A tag 7 object: a whole scope as a value.
 Object *NewTopLevelObject(Environment *scope);
+
+// A record of the given tag with a full scope of its own and nothing else:
+// the start of every container type's constructor (matrix.h and the rest).
+Object *NewScopedObject(int32_t tag, Environment *parent);
 
 // Gives a scalar object its ScalarEnvironment (copied from the prototype).
 void AttachScalarEnvironment(Object *object);

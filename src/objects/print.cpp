@@ -11,6 +11,7 @@
 
 #include "common/boundary.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
 #include "text/scan.h"
@@ -121,9 +122,11 @@ std::string ObjectToText(const Object *o, int32_t sourceForm, int32_t digits) {
     case kTagArray:
       out = sourceForm ? "array:;" : Headed("(array)", o, sourceForm);
       break;
-    case kTagMatrix:
-      out = sourceForm ? "matrix:;" : "(matrix)";
+    case kTagMatrix: {
+      const Tensor *t = static_cast<const Tensor *>(o->payload);
+      out = sourceForm ? MatrixLiteral(t, digits) : MatrixDisplay(t, digits);
       break;
+    }
     case kTagMap:
       out = sourceForm ? "map:;" : "(map)";
       break;
