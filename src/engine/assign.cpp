@@ -9,6 +9,7 @@
 //
 // Members live in the object's own scope. A scalar that receives a member
 // (`a=1`, `a.b=2`) becomes a mutant in place, keeping its value as "val".
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -21,6 +22,7 @@
 #include "engine/program.h"
 #include "text/scan.h"
 #include "text/textarith.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/matrix.h"
 #include "objects/object.h"
@@ -294,23 +296,41 @@ bool StoreMember(Object *holder, std::string_view name, Object *value, int32_t o
   return true;
 }
 
-// The array element branch: index into the ElementVector, 0-based.
-uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::string_view right, Environment *env) {
+// The index of an array element written as the last part of a member chain
+// ("a.3", "a.k" with k bound to a number): the part evaluates to a real
+// number, numeric or numeric text, taken as an integer toward zero. False for
+// anything else, and for an index outside 0..count-1.
+bool ArrayIndex(const Object *array, std::string_view part, Environment *env, int32_t *index) {
   int32_t own = 0;
-  Object *index = EvaluateExpression(indexText, env, &own);
-  const Held ix(index, own);
-  double d = 0;
-  const bool numeric = index && index->tag == kTagNumeric && Numeric(index)->im == 0.0;
-  if (numeric) d = Numeric(index)->re;
-  ElementVector *v = array->environment ? array->environment->elements : nullptr;
-  if (!numeric || !v || d < 0 || d >= v->count) return numeric ? 1 : 0;
+  Object *value = EvaluateExpression(part, env, &own);
+  const Held held(value, own);
+  double d = 0.0;
+  if (!value) return false;
+  if (value->tag == kTagNumeric) {
+    if (Numeric(value)->im != 0.0) return false;
+    d = Numeric(value)->re;
+  } else if (value->tag != kTagAlgebraic || !AlgebraicText(value) || !TestNumericString(AlgebraicText(value), &d)) {
+    return false;
+  }
+  d = std::trunc(d);
+  if (!(d >= 0.0 && d < static_cast<double>(ArrayCount(array)))) return false;  // NaN fails too
+  *index = static_cast<int32_t>(d);
+  return true;
+}
+
+// The array element branch: the old element is freed and a copy of the
+// right side takes its slot; an index out of range changes nothing.
+uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::string_view right, Environment *env) {
+  int32_t index = 0;
+  if (!ArrayIndex(array, indexText, env, &index)) return 0;
   Object *value = nullptr;
   int32_t vown = 0;
   if (!EvaluateRight(right, env, &value, &vown)) return 0;
-  Object *copy = Adopt(value, vown, array->environment);
-  const bool ok = copy && SetArrayElement(array, static_cast<int32_t>(d), copy);
-  if (!ok) FreeObject(copy);
-  return ok ? 1 : 0;
+  // Always a copy made for the array's scope, so "a.0=a" stores the array as
+  // it was, never the array inside itself.
+  Object *copy = CopyObject(value, array->environment, 1);
+  if (vown) FreeObject(value);
+  return copy && SetArrayElement(array, index, copy) ? 1 : 0;
 }
 
 // A matrix element or row write, "m.(i)(j)=v" or "m.(i)=[...]": the index
@@ -902,6 +922,15 @@ Object *EvaluateMemberChain(std::string_view text, Environment *env, int32_t *ow
       }
       current = r;
       currentOwned = rown;
+      continue;
+    }
+    if (current->tag == kTagArray) {
+      // An element, by position: "a.0", "a.k".
+      int32_t index = 0;
+      Object *element = ArrayIndex(current, part, env, &index) ? ArrayElementAt(current, index) : nullptr;
+      if (!element) return finish(Sentinel(kSentinelInvalidObject, env, owned), 1);
+      current = element;
+      currentOwned = 0;
       continue;
     }
     RBSTNode *n = IsPlainSymbol(part) ? MemberNode(current, part) : nullptr;

@@ -26,6 +26,7 @@
 #include "common/globals.h"
 #include "engine/program.h"
 #include "math/functions.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/matrix.h"
 #include "objects/object.h"
@@ -95,8 +96,9 @@ constexpr NativeEntry kMatrixMethods[] = {
 };
 static_assert(sizeof kMatrixMethods / sizeof kMatrixMethods[0] == 29, "a matrix has 29 methods");
 constexpr NativeEntry kArrayMethods[] = {
-    {"size(0)", nullptr}, {"enlarge(1)", nullptr}, {"append()", nullptr}, {"insert(2)", nullptr},
-    {"swap(2)", nullptr}, {"crop(2)", nullptr},    {"delete()", nullptr}, {"matrix(0)", nullptr},
+    {"size(0)", ArraySizeMethod}, {"enlarge(1)", ArrayEnlargeMethod}, {"append()", ArrayAppendMethod},
+    {"insert(2)", ArrayInsertMethod}, {"swap(2)", ArraySwapMethod}, {"crop(2)", ArrayCropMethod},
+    {"delete()", ArrayDeleteMethod}, {"matrix(0)", ArrayMatrixMethod},
 };
 constexpr NativeEntry kStringMethods[] = {
     {"size(0)", nullptr},   {"append()", nullptr},       {"swap(2)", nullptr},        {"charcount(0)", nullptr},
@@ -163,6 +165,9 @@ void FillTypeMethods(Environment *env, int32_t tag) {
   switch (tag) {
     case kTagMatrix:
       FillMethodTable(env, kMatrixMethods);
+      break;
+    case kTagArray:
+      FillMethodTable(env, kArrayMethods);
       break;
     default:
       break;

@@ -32,6 +32,7 @@
 #include "common/boundary.h"
 #include "text/scan.h"
 #include "text/textarith.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/matrix.h"
 #include "objects/tensor.h"
@@ -298,6 +299,79 @@ bool IsSquareForm(std::string_view t) {
 bool IsReferenceForm(std::string_view t) { return !t.empty() && (t.front() == '#' || t.front() == '@'); }
 // Member access "a.b" (not a range "a..b"): evaluated by the member module.
 bool IsMemberForm(std::string_view t) { return TestMemberForm(t) != 0; }
+
+// The body of a construct form "head:body;" whose ":" at `colon` is closed
+// by the text's last ";", or nothing ("array:3;*2" is arithmetic).
+bool ConstructBody(std::string_view t, std::size_t colon, std::string_view *body) {
+  if (t.back() != ';') return false;
+  int32_t depth = 0;
+  for (std::size_t i = colon; i < t.size(); ++i) {
+    if (kOpenParenBlockSquare.find(t[i]) != std::string_view::npos) ++depth;
+    else if (kCloseParenBlockSquare.find(t[i]) != std::string_view::npos && --depth == 0)
+      return i + 1 == t.size() && (*body = t.substr(colon + 1, i - colon - 1), true);
+  }
+  return false;
+}
+
+// A count of elements: a real number, numeric or numeric text, rounded.
+bool ElementCount(const Object *o, int32_t *count) {
+  double d = 0.0;
+  if (!o) return false;
+  if (o->tag == kTagNumeric) {
+    if (Numeric(o)->im != 0.0) return false;
+    d = Numeric(o)->re;
+  } else if (o->tag != kTagAlgebraic || !AlgebraicText(o) || !TestNumericString(AlgebraicText(o), &d)) {
+    return false;
+  }
+  d = Round(d);
+  if (!(d >= 0.0 && d <= kMaxArrayElements)) return false;  // NaN fails too
+  *count = static_cast<int32_t>(d);
+  return true;
+}
+
+// "array:n;" builds n elements holding 0 and "array:;" an empty array. The
+// source form of an array is "array:n,e0,e1,...;": the first item is always
+// the count, so that a one-element array ("array:1,7;") does not read back
+// as seven zeros; the items behind it fill the first slots in order. More
+// items than the count is an error. A count above the limit is refused
+// before anything is allocated.
+Object *ConstructArray(std::string_view body, Environment *env, int32_t *owned) {
+  *owned = 1;
+  std::vector<std::string_view> items;
+  SplitArgumentList(body, kOpenParenBlockSquare, kCloseParenBlockSquare, ',', 0, &items);
+  int32_t count = 0;
+  if (!items.empty()) {
+    int32_t own = 0;
+    Object *n = EvaluateExpression(items[0], env, &own);
+    const Held held(n, own);
+    if (IsSentinelObject(n)) return NewAlgebraicObject(AlgebraicText(n), env);
+    if (!ElementCount(n, &count) || items.size() - 1 > static_cast<std::size_t>(count))
+      return NewSentinelObject(kSentinelInvalidExpression, env);
+  }
+  Object *array = NewArrayObject(count, env);
+  if (!array) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (CancelRequested(env)) {
+    FreeObject(array);
+    return NewSentinelObject(kSentinelAborted, env);
+  }
+  for (std::size_t i = 1; i < items.size(); ++i) {
+    if (CancelRequested(env)) {
+      FreeObject(array);
+      return NewSentinelObject(kSentinelAborted, env);
+    }
+    int32_t own = 0;
+    Object *value = EvaluateExpression(items[i], env, &own);
+    const Held held(value, own);
+    if (!value || IsSentinelObject(value)) {
+      Object *answer = value ? NewAlgebraicObject(AlgebraicText(value), env)
+                             : NewSentinelObject(kSentinelInvalidExpression, env);
+      FreeObject(array);
+      return answer;
+    }
+    SetArrayElement(array, static_cast<int32_t>(i - 1), CopyObject(value, array->environment, 1));
+  }
+  return array;
+}
 
 // Forms that EvaluateExpression handles before its construct step.
 bool IsExpressionForm(std::string_view t) {
@@ -903,9 +977,17 @@ Object *LiteralElement(LiteralItem &item, Environment *env) {
   return o;
 }
 
-Object *LiteralArray(LiteralList &list, Environment *) {
-  (void)list;
-  return nullptr;
+Object *LiteralArray(LiteralList &list, Environment *env) {
+  Object *array = NewArrayObject(static_cast<int32_t>(list.items.size()), env);
+  if (!array) return NewSentinelObject(kSentinelInvalidObject, env);
+  for (std::size_t i = 0; i < list.items.size(); ++i) {
+    Object *element = LiteralElement(list.items[i], array->environment);
+    if (!element || !SetArrayElement(array, static_cast<int32_t>(i), element)) {
+      FreeObject(array);
+      return NewSentinelObject(kSentinelInvalidObject, env);
+    }
+  }
+  return array;
 }
 
 Object *SquareLiteral(std::string_view text, Environment *env, int32_t *owned) {
@@ -920,8 +1002,7 @@ Object *SquareLiteral(std::string_view text, Environment *env, int32_t *owned) {
   for (const LiteralItem &item : list.items)
     if (item.object && IsSentinelObject(item.object)) return NewAlgebraicObject(AlgebraicText(item.object), env);
   if (list.numeric) return LiteralMatrix(list, env);
-  Object *a = LiteralArray(list, env);
-  return a ? a : NewText(text, env);
+  return LiteralArray(list, env);
 }
 
 // "matrix:;" is the empty matrix, "matrix:x;" a matrix of the value x (a
@@ -984,6 +1065,8 @@ Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *own
       return MatrixConstruct(text.substr(colon + 1, text.size() - colon - 2), env, owned);
     // "name:...;" constructs an object of that type (the modules of the
     // types); anything else, such as ":3+4;*2", is arithmetic.
+    std::string_view body;
+    if (head == "array" && ConstructBody(text, colon, &body)) return ConstructArray(body, env, owned);
     if (colon > 0 && IsPlainSymbol(head)) return AnswerWithText(text, env, owned);
   }
   int32_t own = 0;

@@ -20,6 +20,7 @@
 #include "common/complex.h"
 #include "common/globals.h"
 #include "common/owned.h"
+#include "objects/array.h"
 #include "objects/evaluator.h"
 #include "objects/tensor.h"
 #include "text/classify.h"
@@ -957,7 +958,49 @@ Object *ReadFile(ArgumentList *a, Environment *env, int32_t *owned, bool vector)
 
 // array(): the cells in index order as an array of numbers.
 Object *MatrixArrayMethod(ArgumentList *, Environment *env, int32_t *owned) {
-  return Sentinel(kSentinelInvalidObject, env, owned);
+  Object *self = Receiver(env);
+  if (Object *e = InvalidIfNoSelf(self, env, owned)) return e;
+  Environment *scope = ResultScope(self, env);
+  Block b;
+  if (!Load(MatrixTensor(self), &b) || b.values.size() > static_cast<std::size_t>(kMaxArrayElements))
+    return Sentinel(kSentinelInvalidObject, scope, owned);
+  Object *array = NewArrayObject(static_cast<int32_t>(b.values.size()), scope);
+  if (!array) return Sentinel(kSentinelInvalidObject, scope, owned);
+  for (std::size_t i = 0; i < b.values.size(); ++i) {
+    if ((i & 1023) == 0 && CancelRequested(env)) {
+      FreeObject(array);
+      return Sentinel(kSentinelAborted, scope, owned);
+    }
+    SetArrayElement(array, static_cast<int32_t>(i),
+                    NewNumericValueObject(b.values[i].re, b.values[i].im, array->environment));
+  }
+  *owned = 1;
+  return array;
+}
+
+Object *MatrixFromArray(const Object *array, Environment *env) {
+  const int32_t n = ArrayCount(array);
+  if (n == 0) return NewMatrixObject(env);
+  // Numbers make a vector; blocks of one shape make a block one rank higher.
+  Block out;
+  Shape inner;
+  for (int32_t i = 0; i < n; ++i) {
+    const Object *e = ArrayElementAt(array, i);
+    Complex z{0.0, 0.0};
+    Block b;
+    if (ObjectAsNumber(e, &z)) {
+      b.values.push_back(z);
+    } else if (!e || e->tag != kTagMatrix || !Load(MatrixTensor(e), &b) || b.values.empty()) {
+      return NewSentinelObject(kSentinelInvalidObject, env);
+    }
+    if (i == 0) inner = b.shape;
+    else if (b.shape != inner) return NewSentinelObject(kSentinelInvalidObject, env);
+    out.values.insert(out.values.end(), b.values.begin(), b.values.end());
+    if (static_cast<int64_t>(out.values.size()) > kMaxMatrixElements) return NewSentinelObject(kSentinelInvalidObject, env);
+  }
+  out.shape.push_back(n);
+  out.shape.insert(out.shape.end(), inner.begin(), inner.end());
+  return TensorResultObject(Build(out), env);
 }
 
 Object *ReadMatrixFunction(ArgumentList *a, Environment *env, int32_t *owned) {

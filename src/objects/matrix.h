@@ -49,6 +49,10 @@ Object *TensorResultObject(Tensor *tensor, Environment *parent);
 // power of a square matrix). Any other pairing is ">invalid_object<".
 Object *MatrixOperation(const Object *left, const Object *right, char op, Environment *env);
 
+// An array of numbers as a vector, or of blocks of one shape as a block one
+// rank higher; ">invalid_object<" for anything else.
+Object *MatrixFromArray(const Object *array, Environment *env);
+
 // Negates every element in place.
 void NegateMatrix(Object *matrix);
 

@@ -328,7 +328,7 @@ Object *NewMutantObject(Environment *parent) {
 }
 
 Object *NewScopedObject(int32_t tag, Environment *parent) { return NewScoped(tag, parent); }
-Object *NewArrayObject(Environment *parent) { return NewScoped(kTagArray, parent); }
+Object *NewArrayShell(Environment *parent) { return NewScoped(kTagArray, parent); }
 Object *NewNodeObject(Environment *parent) { return NewScoped(kTagNode, parent); }
 Object *NewMapObject(Environment *parent) { return NewScoped(kTagMap, parent); }
 Object *NewClassDefinitionObject(Environment *parent) { return NewScoped(kTagClassDefinition, parent); }
@@ -388,28 +388,6 @@ void BignumToSplit(Object **slot, Environment *parent, int32_t freeOld) {
   Object *s = NewSplitObjectFromTexts(DupText(re.c_str()), DupText("0"), parent);
   if (freeOld) FreeObject(*slot);
   *slot = s;
-}
-
-bool SetArrayElement(Object *array, int32_t index, Object *element) {
-  if (!array || !element || !array->environment || !array->environment->elements) return false;
-  ElementVector *v = array->environment->elements;
-  if (index < 0 || index >= v->count || !v->items) return false;
-  auto *node = static_cast<RBSTNode *>(v->items[index]);
-  if (!node) return false;
-  FreeObject(static_cast<Object *>(node->value));
-  element->memberKind = 1;
-  element->creationDepth = 0;
-  element->isPublic = 1;
-  element->frameMark = 0;
-  element->destructorPending = 0;
-  element->parentEnvironment = array->environment;
-  node->value = element;
-  if (element->tag == kTagAlgebraic) {
-    const std::string text = ObjectToText(element, 0);
-    WipeAndFree(static_cast<char *>(element->payload));
-    element->payload = DupText(text.c_str());
-  }
-  return true;
 }
 
 char *TypeName(const Object *o) {

@@ -94,7 +94,9 @@ Object *NewMutantObject(Environment *parent);
 // Provisional forms of the container and reference types: the object and its
 // own scope with the right tag; their contents are built by the modules of
 // those types.
-Object *NewArrayObject(Environment *parent);
+// A tag 5 object with an empty scope and no method table: the start of every
+// array, which objects/array.h builds (NewArrayObject).
+Object *NewArrayShell(Environment *parent);
 // A string from its value (escapes already resolved).
 Object *NewStringObject(const char *value, Environment *parent);
 Object *NewNodeObject(Environment *parent);
@@ -115,9 +117,6 @@ void AttachScalarEnvironment(Object *object);
 void NumericToSplit(Object **slot, Environment *parent, int32_t freeOld);
 void NumericToAlgebraic(Object **slot, Environment *parent);
 void BignumToSplit(Object **slot, Environment *parent, int32_t freeOld);
-
-// False when a pointer is null or the index is out of range.
-bool SetArrayElement(Object *array, int32_t index, Object *element);
 
 // A sentinel text (">invalid_object<" and the like) as an algebraic object.
 Object *NewSentinelObject(std::string_view sentinel, Environment *parent);

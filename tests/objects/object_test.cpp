@@ -11,6 +11,7 @@
 #include "engine/evaluate.h"
 #include "common/globals.h"
 #include "libquorvex.h"
+#include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/object.h"
 
@@ -52,7 +53,7 @@ class Objects : public ::testing::Test {
 TEST_F(Objects, ConstructorsSetTheCommonFields) {
   env->scopeDepth = 3;
   Object *objects[] = {NewAlgebraicObject("x+1", env), NewNumericValueObject(1, 2, env), NewStringObject("s", env),
-                       NewArrayObject(env), NewMutantObject(env)};
+                       NewArrayObject(0, env), NewMutantObject(env)};
   for (Object *o : objects) {
     ASSERT_NE(o, nullptr);
     EXPECT_EQ(o->memberKind, 0);
@@ -86,7 +87,7 @@ TEST_F(Objects, TypeNamesAndSameType) {
     Object *o;
     const char *name;
   } cases[] = {{NewAlgebraicObject("a", env), "algebraic"}, {NewNumericValueObject(1, 0, env), "numeric"},
-               {NewStringObject("s", env), "string"},       {NewArrayObject(env), "array"},
+               {NewStringObject("s", env), "string"},       {NewArrayObject(0, env), "array"},
                {NewMapObject(env), "map"},                  {NewNodeObject(env), "node"},
                {NewMutantObject(env), "mutant"},            {NewClassDefinitionObject(env), "class_definition"}};
   for (auto &c : cases) {
