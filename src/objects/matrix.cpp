@@ -227,6 +227,23 @@ bool BlockFromMatrix(double **m, Block *b) {
 
 using TensorBinary = Tensor *(*)(const Tensor *, const Tensor *);
 
+// The matrix product. A vector (rank 1) against a block of higher rank acts
+// as a column on the right and as a row on the left, and the product is a
+// vector again: the level of length 1 the contraction raised it by goes.
+Tensor *Product(const Tensor *a, const Tensor *b) {
+  Tensor *t = TensorMultiply(a, b);
+  if (!t || !a || !b || (a->rank == 1) == (b->rank == 1) || a->rank == 0 || b->rank == 0) return t;
+  Block r;
+  if (!Load(t, &r)) return t;
+  const std::size_t drop = b->rank == 1 ? r.shape.size() - 1 : 0;
+  if (r.shape.size() < 2 || r.shape[drop] != 1) return t;
+  r.shape.erase(r.shape.begin() + static_cast<std::ptrdiff_t>(drop));
+  Tensor *squeezed = Build(r);
+  if (!squeezed) return t;
+  TensorFree(t);
+  return squeezed;
+}
+
 // The cell count of a direct sum or product, known before any work: the
 // lower rank is raised by outer levels of length 1, then the lengths add
 // (sum) or multiply (product) level by level.
@@ -414,13 +431,13 @@ Tensor *Power(const Tensor *t, Complex exponent, Environment *env) {
       break;
     }
     if (n & 1) {
-      Tensor *next = TensorMultiply(result, base);
+      Tensor *next = Product(result, base);
       TensorFree(result);
       result = next;
     }
     n >>= 1;
     if (n > 0) {
-      Tensor *next = TensorMultiply(base, base);
+      Tensor *next = Product(base, base);
       TensorFree(base);
       base = next;
     }
@@ -460,7 +477,7 @@ Object *MatrixOperation(const Object *l, const Object *r, char op, Environment *
     switch (op) {
       case '+': return TensorResultObject(TensorAdd(a, b), env);
       case '-': return TensorResultObject(TensorSubtract(a, b), env);
-      case '*': return TensorResultObject(TensorMultiply(a, b), env);
+      case '*': return TensorResultObject(Product(a, b), env);
       default: return invalid();
     }
   }
@@ -593,7 +610,7 @@ Object *MatrixDimsMethod(ArgumentList *, Environment *env, int32_t *owned) {
 }
 
 Object *MatrixMulMethod(ArgumentList *a, Environment *env, int32_t *owned) {
-  return Combine(a, env, owned, TensorMultiply, '*');
+  return Combine(a, env, owned, Product, '*');
 }
 Object *MatrixAddMethod(ArgumentList *a, Environment *env, int32_t *owned) {
   return Combine(a, env, owned, TensorAdd, '+');
