@@ -102,6 +102,8 @@ TEST(MatrixScript, ArithmeticMatchesHandComputedValues) {
                   {"a*x", ">invalid_object<"},
                   {"sin([1,2])", ">invalid_object<"},
                   {"max([1,2],3)", ">invalid_object<"},
+                  {"sum([1,2])", ">invalid_object<"},
+                  {"cos([1,2].array())", ">invalid_object<"},
               });
 }
 
