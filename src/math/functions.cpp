@@ -496,6 +496,33 @@ struct Entry {
   PredefinedFunction function;
 };
 
+// Matrices and arrays are no operands of a predefined function (element-wise
+// work belongs to their methods): the handlers of the series module are
+// entered behind this refusal, as the handlers above refuse them themselves.
+bool HasContainerArgument(const ArgumentList *arguments) {
+  if (!arguments || !arguments->items) return false;
+  for (int32_t k = 1; k < arguments->count; ++k) {
+    const Object *o = arguments->items[k];
+    if (o && (o->tag == kTagMatrix || o->tag == kTagArray)) return true;
+  }
+  return false;
+}
+
+template <std::size_t I>
+Object *SeriesRefusingContainers(ArgumentList *arguments, Environment *env, int32_t *owned) {
+  if (HasContainerArgument(arguments)) {
+    *owned = 1;
+    return NewSentinelObject(kSentinelInvalidObject, env);
+  }
+  return SeriesFunctions()[I].object(arguments, env, owned);
+}
+
+constexpr ObjectHandler kSeriesRefusals[] = {
+    SeriesRefusingContainers<0>, SeriesRefusingContainers<1>, SeriesRefusingContainers<2>,
+    SeriesRefusingContainers<3>, SeriesRefusingContainers<4>, SeriesRefusingContainers<5>,
+    SeriesRefusingContainers<6>, SeriesRefusingContainers<7>,
+};
+
 template <std::size_t... I>
 std::vector<Entry> BuildEntries(std::index_sequence<I...>) {
   std::vector<Entry> out;
@@ -504,7 +531,12 @@ std::vector<Entry> BuildEntries(std::index_sequence<I...>) {
                        PredefinedFunction{nullptr, ObjectOf<I>, SplitOf<I>, nullptr}}),
    ...);
   out.push_back(Entry{"deriv()", PredefinedFunction{nullptr, DerivObjectHandler, nullptr, nullptr}});
-  for (const PredefinedFunction &f : SeriesFunctions()) out.push_back(Entry{f.key, f});
+  const std::span<const PredefinedFunction> series = SeriesFunctions();
+  for (std::size_t k = 0; k < series.size(); ++k) {
+    PredefinedFunction f = series[k];
+    if (f.object && k < std::size(kSeriesRefusals)) f.object = kSeriesRefusals[k];
+    out.push_back(Entry{f.key, f});
+  }
   for (Entry &e : out) e.function.derive = DerivativeRule(e.key);
   return out;
 }

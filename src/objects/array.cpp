@@ -23,6 +23,7 @@
 #include "common/boundary.h"
 #include "common/globals.h"
 #include "objects/evaluator.h"
+#include "objects/matrix.h"
 #include "objects/print.h"
 #include "persistence/rbst.h"
 #include "text/classify.h"
@@ -461,7 +462,7 @@ Object *ArrayMatrixMethod(ArgumentList *arguments, Environment *env, int32_t *ow
   Object *array = ReceiverOf(env);
   if (!arguments || arguments->count != 1 || !array) return nullptr;
   *owned = 1;
-  return NewSentinelObject(kSentinelInvalidObject, ResultScope(array, env));
+  return MatrixFromArray(array, ResultScope(array, env));
 }
 
 }  // namespace qvx

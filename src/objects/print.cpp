@@ -13,6 +13,7 @@
 #include "common/guards.h"
 #include "objects/array.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
 #include "text/scan.h"
@@ -153,9 +154,11 @@ std::string ObjectToText(const Object *o, int32_t sourceForm, int32_t digits) {
     case kTagArray:
       out = ArrayText(o, sourceForm, digits);
       break;
-    case kTagMatrix:
-      out = sourceForm ? "matrix:;" : "(matrix)";
+    case kTagMatrix: {
+      const Tensor *t = static_cast<const Tensor *>(o->payload);
+      out = sourceForm ? MatrixLiteral(t, digits) : MatrixDisplay(t, digits);
       break;
+    }
     case kTagMap:
       out = sourceForm ? "map:;" : "(map)";
       break;
