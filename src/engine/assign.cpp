@@ -9,6 +9,7 @@
 //
 // Members live in the object's own scope. A scalar that receives a member
 // (`a=1`, `a.b=2`) becomes a mutant in place, keeping its value as "val".
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -23,6 +24,7 @@
 #include "text/textarith.h"
 #include "objects/array.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
 
@@ -294,23 +296,67 @@ bool StoreMember(Object *holder, std::string_view name, Object *value, int32_t o
   return true;
 }
 
-// The array element branch: index into the ElementVector, 0-based.
-uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::string_view right, Environment *env) {
+// The index of an array element written as the last part of a member chain
+// ("a.3", "a.k" with k bound to a number): the part evaluates to a real
+// number, numeric or numeric text, taken as an integer toward zero. False for
+// anything else, and for an index outside 0..count-1.
+bool ArrayIndex(const Object *array, std::string_view part, Environment *env, int32_t *index) {
   int32_t own = 0;
-  Object *index = EvaluateExpression(indexText, env, &own);
-  const Held ix(index, own);
-  double d = 0;
-  const bool numeric = index && index->tag == kTagNumeric && Numeric(index)->im == 0.0;
-  if (numeric) d = Numeric(index)->re;
-  ElementVector *v = array->environment ? array->environment->elements : nullptr;
-  if (!numeric || !v || d < 0 || d >= v->count) return numeric ? 1 : 0;
+  Object *value = EvaluateExpression(part, env, &own);
+  const Held held(value, own);
+  double d = 0.0;
+  if (!value) return false;
+  if (value->tag == kTagNumeric) {
+    if (Numeric(value)->im != 0.0) return false;
+    d = Numeric(value)->re;
+  } else if (value->tag != kTagAlgebraic || !AlgebraicText(value) || !TestNumericString(AlgebraicText(value), &d)) {
+    return false;
+  }
+  d = std::trunc(d);
+  if (!(d >= 0.0 && d < static_cast<double>(ArrayCount(array)))) return false;  // NaN fails too
+  *index = static_cast<int32_t>(d);
+  return true;
+}
+
+// The array element branch: the old element is freed and a copy of the
+// right side takes its slot; an index out of range changes nothing.
+uint8_t AssignArrayElement(Object *array, std::string_view indexText, std::string_view right, Environment *env) {
+  int32_t index = 0;
+  if (!ArrayIndex(array, indexText, env, &index)) return 0;
   Object *value = nullptr;
   int32_t vown = 0;
   if (!EvaluateRight(right, env, &value, &vown)) return 0;
-  Object *copy = Adopt(value, vown, array->environment);
-  const bool ok = copy && SetArrayElement(array, static_cast<int32_t>(d), copy);
-  if (!ok) FreeObject(copy);
-  return ok ? 1 : 0;
+  // Always a copy made for the array's scope, so "a.0=a" stores the array as
+  // it was, never the array inside itself.
+  Object *copy = CopyObject(value, array->environment, 1);
+  if (vown) FreeObject(value);
+  return copy && SetArrayElement(array, index, copy) ? 1 : 0;
+}
+
+// A matrix element or row write, "m.(i)(j)=v" or "m.(i)=[...]": the index
+// list is evaluated, then the right side, and only then is the matrix found
+// again by `find`, since the right side may have rebound the name. A number
+// goes into the cell the indices reach (their count must equal the rank); a
+// block is copied into the item they reach. An index out of range quietly
+// changes nothing.
+template <class Find>
+uint8_t AssignMatrixElement(std::string_view indexText, std::string_view right, Environment *env, Find &&find) {
+  const std::vector<int32_t> list = ParseIndexList(indexText, env);
+  if (list.empty()) return 0;
+  Object *value = nullptr;
+  int32_t owned = 0;
+  if (!EvaluateRight(right, env, &value, &owned)) return 0;
+  const Held held(value, owned);
+  Object *m = find();
+  if (!m || m->tag != kTagMatrix) return 0;
+  return static_cast<uint8_t>(WriteMatrixElement(m, std::vector<int32_t>(list.begin() + 1, list.end()), value));
+}
+
+// The matrix bound to `name` where a write from `env` lands, or null.
+Object *AssignableMatrix(std::string_view name, Environment *env) {
+  AssignableSlot slot;
+  if (!FindAssignableObject(name, &slot, env) || !slot.existing) return nullptr;
+  return slot.existing->tag == kTagMatrix ? slot.existing : nullptr;
 }
 
 }  // namespace
@@ -705,9 +751,13 @@ uint8_t AssignMember(std::string_view left, std::string_view right, Environment 
     Object *m = LookUpVariable(left.substr(0, open), env, &owned);
     const bool isMatrix = m && !owned && m->tag == kTagMatrix;
     const Held held(m, owned);
-    if (!isMatrix || ParseIndexList(left.substr(open), env).empty()) return 0;
-    return 0;
+    if (!isMatrix) return 0;
+    const std::string_view name = left.substr(0, open);
+    return AssignMatrixElement(left.substr(open), right, env, [&] { return AssignableMatrix(name, env); });
   }
+  // Matrix elements through a member chain: "m.(1)(2)=...", "m.(1)=[...]".
+  if (SplitMemberChain(left, 1, &head, &rest) && rest.front() == '(' && AssignableMatrix(head, env))
+    return AssignMatrixElement(rest, right, env, [&] { return AssignableMatrix(head, env); });
   if (!SplitMemberChain(left, -1, &head, &rest)) return 0;
 
   // The holder, in place when it is a chain of names.
@@ -777,9 +827,24 @@ uint8_t AssignMember(std::string_view left, std::string_view right, Environment 
       }
       // Edges are statements of the node module.
       break;
+    case kTagMatrix:
+      if (rest.front() == '(') {
+        // The holder was found in place through the chain; look it up again
+        // after the right side has run, in case that rebound it.
+        status = AssignMatrixElement(rest, right, env, [&]() -> Object * {
+          if (head == "this") return ScopeOwner(env);
+          int32_t own = 0;
+          Object *o = IsPlainSymbol(head) ? LookUpVariable(head, env, &own) : EvaluateExpression(head, env, &own);
+          if (own) {
+            FreeObject(o);
+            return nullptr;
+          }
+          return o;
+        });
+      }
+      break;
     case kTagString:  // characters: the string module
     case kTagMap:     // the map's "add" handler
-    case kTagMatrix:  // elements through the tensor walk
     default:
       status = 0;
       break;
@@ -836,6 +901,16 @@ Object *EvaluateMemberChain(std::string_view text, Environment *env, int32_t *ow
     if (currentOwned) keep.push_back(current);
     if (IsSentinelObject(current)) return finish(current, currentOwned);
     const std::string_view part = parts[i];
+    if (part.front() == '(' && current->tag == kTagMatrix) {
+      // "m.(1)(2)": the element, or the block the indices reach.
+      const std::vector<int32_t> list = ParseIndexList(part, env);
+      Object *e = list.empty() ? nullptr
+                               : ReadMatrixElement(current, std::vector<int32_t>(list.begin() + 1, list.end()), env);
+      if (!e) return finish(Sentinel(kSentinelInvalidObject, env, owned), 1);
+      current = e;
+      currentOwned = 1;
+      continue;
+    }
     if (TestCallForm(part)) {
       CallText call;
       if (!ParseCall(part, 0, 1, &call, env)) return finish(Sentinel(kSentinelInvalidObject, env, owned), 1);
@@ -847,6 +922,15 @@ Object *EvaluateMemberChain(std::string_view text, Environment *env, int32_t *ow
       }
       current = r;
       currentOwned = rown;
+      continue;
+    }
+    if (current->tag == kTagArray) {
+      // An element, by position: "a.0", "a.k".
+      int32_t index = 0;
+      Object *element = ArrayIndex(current, part, env, &index) ? ArrayElementAt(current, index) : nullptr;
+      if (!element) return finish(Sentinel(kSentinelInvalidObject, env, owned), 1);
+      current = element;
+      currentOwned = 0;
       continue;
     }
     RBSTNode *n = IsPlainSymbol(part) ? MemberNode(current, part) : nullptr;

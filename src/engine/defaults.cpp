@@ -29,6 +29,7 @@
 #include "math/functions.h"
 #include "objects/array.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
 
@@ -69,7 +70,7 @@ constexpr NativeEntry kDefaultTable[] = {
     {"sign(1)", nullptr}, {"sin(1)", nullptr}, {"sinh(1)", nullptr}, {"sqrt(1)", nullptr},
     {"sum()", nullptr}, {"tan(1)", nullptr}, {"tanh(1)", nullptr},
     // Readers: system functions.
-    {"readmatrix()", nullptr}, {"readstring(1)", nullptr}, {"readvector()", nullptr},
+    {"readmatrix()", ReadMatrixFunction}, {"readstring(1)", nullptr}, {"readvector()", ReadVectorFunction},
 };
 static_assert(sizeof kDefaultTable / sizeof kDefaultTable[0] == 79, "the default table has 79 insertions");
 
@@ -78,14 +79,21 @@ constexpr NativeEntry kBignumMethods[] = {
     {"or(1)", nullptr},   {"xor(1)", nullptr},   {"not(0)", nullptr},
 };
 constexpr NativeEntry kMatrixMethods[] = {
-    {"size(0)", nullptr},      {"rank(0)", nullptr},      {"mul(1)", nullptr},       {"add(1)", nullptr},
-    {"append()", nullptr},     {"appendcol()", nullptr},  {"insert(2)", nullptr},    {"insertcol(2)", nullptr},
-    {"enlarge(1)", nullptr},   {"delete()", nullptr},     {"elem()", nullptr},       {"swap(2)", nullptr},
-    {"swapcol(2)", nullptr},   {"deletecol()", nullptr},  {"sub(1)", nullptr},       {"dirmul(1)", nullptr},
-    {"diradd(1)", nullptr},    {"transpose(0)", nullptr}, {"invert(0)", nullptr},    {"conj(0)", nullptr},
-    {"dims(0)", nullptr},      {"trace(0)", nullptr},     {"vectorize(0)", nullptr}, {"matricize(0)", nullptr},
-    {"det(0)", nullptr},       {"eigvals(0)", nullptr},   {"eigvecs(0)", nullptr},   {"array(0)", nullptr},
-    {"writematrix()", nullptr},
+    {"size(0)", MatrixSizeMethod},          {"rank(0)", MatrixRankMethod},
+    {"mul(1)", MatrixMulMethod},            {"add(1)", MatrixAddMethod},
+    {"append()", MatrixAppendMethod},       {"appendcol()", MatrixAppendColMethod},
+    {"insert(2)", MatrixInsertMethod},      {"insertcol(2)", MatrixInsertColMethod},
+    {"enlarge(1)", MatrixEnlargeMethod},    {"delete()", MatrixDeleteMethod},
+    {"elem()", MatrixElemMethod},           {"swap(2)", MatrixSwapMethod},
+    {"swapcol(2)", MatrixSwapColMethod},    {"deletecol()", MatrixDeleteColMethod},
+    {"sub(1)", MatrixSubMethod},            {"dirmul(1)", MatrixDirMulMethod},
+    {"diradd(1)", MatrixDirAddMethod},      {"transpose(0)", MatrixTransposeMethod},
+    {"invert(0)", MatrixInvertMethod},      {"conj(0)", MatrixConjMethod},
+    {"dims(0)", MatrixDimsMethod},          {"trace(0)", MatrixTraceMethod},
+    {"vectorize(0)", MatrixVectorizeMethod}, {"matricize(0)", MatrixMatricizeMethod},
+    {"det(0)", MatrixDetMethod},            {"eigvals(0)", MatrixEigvalsMethod},
+    {"eigvecs(0)", MatrixEigvecsMethod},    {"array(0)", MatrixArrayMethod},
+    {"writematrix()", MatrixWriteMethod},
 };
 static_assert(sizeof kMatrixMethods / sizeof kMatrixMethods[0] == 29, "a matrix has 29 methods");
 constexpr NativeEntry kArrayMethods[] = {
@@ -156,6 +164,9 @@ void FillMethodTable(Environment *env, std::span<const NativeEntry> entries) {
 
 void FillTypeMethods(Environment *env, int32_t tag) {
   switch (tag) {
+    case kTagMatrix:
+      FillMethodTable(env, kMatrixMethods);
+      break;
     case kTagArray:
       FillMethodTable(env, kArrayMethods);
       break;

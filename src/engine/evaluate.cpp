@@ -25,13 +25,17 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "common/boundary.h"
 #include "text/scan.h"
 #include "text/textarith.h"
+#include "objects/array.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
+#include "objects/tensor.h"
 
 namespace qvx {
 namespace {
@@ -235,6 +239,11 @@ Object *HandleString(Object *l, Object *r, char op, Environment *env, const Oper
   return NewStringObject(text.c_str(), env);
 }
 
+// Matrix with matrix, and matrix with a number on either side.
+Object *HandleMatrix(Object *l, Object *r, char op, Environment *env, const OperationTexts *) {
+  return MatrixOperation(l, r, op, env);
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -290,6 +299,79 @@ bool IsSquareForm(std::string_view t) {
 bool IsReferenceForm(std::string_view t) { return !t.empty() && (t.front() == '#' || t.front() == '@'); }
 // Member access "a.b" (not a range "a..b"): evaluated by the member module.
 bool IsMemberForm(std::string_view t) { return TestMemberForm(t) != 0; }
+
+// The body of a construct form "head:body;" whose ":" at `colon` is closed
+// by the text's last ";", or nothing ("array:3;*2" is arithmetic).
+bool ConstructBody(std::string_view t, std::size_t colon, std::string_view *body) {
+  if (t.back() != ';') return false;
+  int32_t depth = 0;
+  for (std::size_t i = colon; i < t.size(); ++i) {
+    if (kOpenParenBlockSquare.find(t[i]) != std::string_view::npos) ++depth;
+    else if (kCloseParenBlockSquare.find(t[i]) != std::string_view::npos && --depth == 0)
+      return i + 1 == t.size() && (*body = t.substr(colon + 1, i - colon - 1), true);
+  }
+  return false;
+}
+
+// A count of elements: a real number, numeric or numeric text, rounded.
+bool ElementCount(const Object *o, int32_t *count) {
+  double d = 0.0;
+  if (!o) return false;
+  if (o->tag == kTagNumeric) {
+    if (Numeric(o)->im != 0.0) return false;
+    d = Numeric(o)->re;
+  } else if (o->tag != kTagAlgebraic || !AlgebraicText(o) || !TestNumericString(AlgebraicText(o), &d)) {
+    return false;
+  }
+  d = Round(d);
+  if (!(d >= 0.0 && d <= kMaxArrayElements)) return false;  // NaN fails too
+  *count = static_cast<int32_t>(d);
+  return true;
+}
+
+// "array:n;" builds n elements holding 0 and "array:;" an empty array. The
+// source form of an array is "array:n,e0,e1,...;": the first item is always
+// the count, so that a one-element array ("array:1,7;") does not read back
+// as seven zeros; the items behind it fill the first slots in order. More
+// items than the count is an error. A count above the limit is refused
+// before anything is allocated.
+Object *ConstructArray(std::string_view body, Environment *env, int32_t *owned) {
+  *owned = 1;
+  std::vector<std::string_view> items;
+  SplitArgumentList(body, kOpenParenBlockSquare, kCloseParenBlockSquare, ',', 0, &items);
+  int32_t count = 0;
+  if (!items.empty()) {
+    int32_t own = 0;
+    Object *n = EvaluateExpression(items[0], env, &own);
+    const Held held(n, own);
+    if (IsSentinelObject(n)) return NewAlgebraicObject(AlgebraicText(n), env);
+    if (!ElementCount(n, &count) || items.size() - 1 > static_cast<std::size_t>(count))
+      return NewSentinelObject(kSentinelInvalidExpression, env);
+  }
+  Object *array = NewArrayObject(count, env);
+  if (!array) return NewSentinelObject(kSentinelInvalidExpression, env);
+  if (CancelRequested(env)) {
+    FreeObject(array);
+    return NewSentinelObject(kSentinelAborted, env);
+  }
+  for (std::size_t i = 1; i < items.size(); ++i) {
+    if (CancelRequested(env)) {
+      FreeObject(array);
+      return NewSentinelObject(kSentinelAborted, env);
+    }
+    int32_t own = 0;
+    Object *value = EvaluateExpression(items[i], env, &own);
+    const Held held(value, own);
+    if (!value || IsSentinelObject(value)) {
+      Object *answer = value ? NewAlgebraicObject(AlgebraicText(value), env)
+                             : NewSentinelObject(kSentinelInvalidExpression, env);
+      FreeObject(array);
+      return answer;
+    }
+    SetArrayElement(array, static_cast<int32_t>(i - 1), CopyObject(value, array->environment, 1));
+  }
+  return array;
+}
 
 // Forms that EvaluateExpression handles before its construct step.
 bool IsExpressionForm(std::string_view t) {
@@ -359,6 +441,9 @@ Object *Negate(Object *o, int32_t *owned, Environment *env) {
       s->im = DupText(im.c_str());
       return o;
     }
+    case kTagMatrix:
+      NegateMatrix(o);
+      return o;
     default: {
       std::string t = ObjectToText(o, 0);
       NegateText(t);
@@ -606,6 +691,10 @@ void FillDispatchTable(BinaryHandler (*table)[kObjectTagCount]) {
     table[kTagString][t] = HandleString;
     table[t][kTagString] = HandleString;
   }
+  for (int t : {kTagMatrix, kTagNumeric, kTagAlgebraic, kTagSplit}) {
+    table[kTagMatrix][t] = HandleMatrix;
+    table[t][kTagMatrix] = HandleMatrix;
+  }
 }
 
 // ---------------------------------------------------------------------------
@@ -723,6 +812,221 @@ Object *EvaluateOperand(std::string_view text, Environment *env, int32_t *owned,
 }
 
 // ---------------------------------------------------------------------------
+// Square-bracket literals.
+//
+// "[[1,2],[3,4]]" is a matrix when every leaf is a number and the nesting is
+// rectangular; any other bracket list is an array of its evaluated elements
+// (a nested list being itself a matrix or an array by the same rule). The
+// text is read once, left to right: each list is cut at its depth-0 commas
+// as the cursor passes, every leaf is evaluated exactly once (a leaf may
+// call or assign), and the decision is made on the values afterwards, so an
+// array fallback never evaluates a leaf again.
+
+namespace {
+
+constexpr int32_t kMaxLiteralDepth = 64;
+
+struct LiteralList;
+
+// One element: a number, another value (kept until the array is built), or
+// a nested list.
+struct LiteralItem {
+  Complex value{0.0, 0.0};
+  Object *object = nullptr;
+  int32_t owned = 0;
+  std::unique_ptr<LiteralList> list;
+};
+
+struct LiteralList {
+  std::vector<LiteralItem> items;
+  bool numeric = false;        // a rectangular block of numbers
+  std::vector<int32_t> shape;  // its shape, when numeric
+  LiteralList() = default;
+  LiteralList(const LiteralList &) = delete;
+  LiteralList &operator=(const LiteralList &) = delete;
+  ~LiteralList() {
+    for (LiteralItem &item : items)
+      if (item.owned) FreeObject(item.object);
+  }
+};
+
+// The end of the element of a list's inner text that starts at `pos`: the
+// next depth-0 comma or the end; npos when brackets don't balance.
+std::size_t ElementEnd(std::string_view text, std::size_t pos) {
+  int32_t depth = 0;
+  for (std::size_t i = pos; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '(' || c == '[' || c == ':') {
+      ++depth;
+    } else if (c == ')' || c == ']' || c == ';') {
+      if (--depth < 0) return std::string_view::npos;
+    } else if (c == ',' && depth == 0) {
+      return i;
+    }
+  }
+  return depth == 0 ? text.size() : std::string_view::npos;
+}
+
+// True if `text` is one bracket group "[...]" from its first to its last byte.
+bool IsOneGroup(std::string_view text) {
+  if (text.size() < 2 || text.front() != '[' || text.back() != ']') return false;
+  int32_t depth = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '(' || c == '[' || c == ':') ++depth;
+    else if ((c == ')' || c == ']' || c == ';') && --depth == 0) return i + 1 == text.size();
+  }
+  return false;
+}
+
+// A leaf's value: a placeholder or a name is read straight from the tables
+// (a literal number costs one look-up); anything else is evaluated.
+void EvaluateLeaf(std::string_view text, Environment *env, LiteralItem *item, bool *number) {
+  int32_t own = 0;
+  Object *o = IsPlainSymbol(text) ? LookUpVariable(text, env, &own) : EvaluateExpression(text, env, &own);
+  if (o && o->tag == kTagAlgebraic && own == 0 && !IsSentinelObject(o) && text != AlgebraicText(o)) {
+    // A name bound to a text: its value, as in arithmetic.
+    int32_t inner = 0;
+    Object *v = EvaluateExpression(AlgebraicText(o), env, &inner);
+    if (v && v->tag == kTagNumeric) {
+      o = v;
+      own = inner;
+    } else if (inner) {
+      FreeObject(v);
+    }
+  }
+  *number = ObjectAsNumber(o, &item->value) && std::isfinite(item->value.re) && std::isfinite(item->value.im);
+  if (*number) {
+    if (own) FreeObject(o);
+    return;
+  }
+  item->object = o;
+  item->owned = own;
+}
+
+// Parses the list whose "[" stands at text[0] and whose "]" ends the text.
+// False when a leaf is empty or brackets don't close.
+bool ParseLiteralList(std::string_view text, Environment *env, int32_t depth, LiteralList *out, std::size_t *leaves) {
+  if (depth > kMaxLiteralDepth || StackExhausted()) return false;
+  const std::string_view inner = text.substr(1, text.size() - 2);
+  if (inner.empty()) return true;  // "[]": an empty array
+  bool allNumbers = true, allBlocks = true;
+  std::size_t pos = 0;
+  for (;;) {
+    const std::size_t end = ElementEnd(inner, pos);
+    if (end == std::string_view::npos) return false;
+    const std::string_view element = inner.substr(pos, end - pos);
+    if (element.empty()) return false;
+    LiteralItem &item = out->items.emplace_back();
+    if (IsOneGroup(element)) {
+      item.list = std::make_unique<LiteralList>();
+      if (!ParseLiteralList(element, env, depth + 1, item.list.get(), leaves)) return false;
+      allNumbers = false;
+      allBlocks = allBlocks && item.list->numeric && item.list->shape == out->items.front().list->shape;
+    } else {
+      bool number = false;
+      EvaluateLeaf(element, env, &item, &number);
+      allBlocks = false;
+      allNumbers = allNumbers && number;
+      if ((++*leaves & 1023) == 0 && CancelRequested(env)) return false;
+    }
+    if (!out->items.front().list) allBlocks = false;
+    if (end >= inner.size()) break;
+    pos = end + 1;
+  }
+  const auto count = static_cast<int32_t>(out->items.size());
+  if (allNumbers) {
+    out->numeric = true;
+    out->shape = {count};
+  } else if (allBlocks) {
+    out->numeric = true;
+    out->shape.push_back(count);
+    const std::vector<int32_t> &sub = out->items.front().list->shape;
+    out->shape.insert(out->shape.end(), sub.begin(), sub.end());
+  }
+  return true;
+}
+
+void FlattenLiteral(const LiteralList &list, std::vector<Complex> *values) {
+  for (const LiteralItem &item : list.items) {
+    if (item.list) FlattenLiteral(*item.list, values);
+    else values->push_back(item.value);
+  }
+}
+
+Object *LiteralMatrix(const LiteralList &list, Environment *env) {
+  int64_t cells = 1;
+  for (int32_t d : list.shape) cells *= d;
+  if (cells > kMaxMatrixElements) return NewSentinelObject(kSentinelInvalidObject, env);
+  std::vector<Complex> values;
+  values.reserve(static_cast<std::size_t>(cells));
+  FlattenLiteral(list, &values);
+  Object *m = NewMatrixObject(TensorBuild(list.shape, values.data()), true, env);
+  return m ? m : NewSentinelObject(kSentinelInvalidObject, env);
+}
+
+Object *LiteralArray(LiteralList &list, Environment *env);
+
+// The value of one element of an array literal, the caller's to store.
+Object *LiteralElement(LiteralItem &item, Environment *env) {
+  if (item.list) return item.list->numeric ? LiteralMatrix(*item.list, env) : LiteralArray(*item.list, env);
+  if (!item.object) return NewNumericValueObject(item.value.re, item.value.im, env);
+  Object *o = item.owned ? item.object : CopyObject(item.object, env, 1);
+  item.object = nullptr;
+  item.owned = 0;
+  return o;
+}
+
+Object *LiteralArray(LiteralList &list, Environment *env) {
+  Object *array = NewArrayObject(static_cast<int32_t>(list.items.size()), env);
+  if (!array) return NewSentinelObject(kSentinelInvalidObject, env);
+  for (std::size_t i = 0; i < list.items.size(); ++i) {
+    Object *element = LiteralElement(list.items[i], array->environment);
+    if (!element || !SetArrayElement(array, static_cast<int32_t>(i), element)) {
+      FreeObject(array);
+      return NewSentinelObject(kSentinelInvalidObject, env);
+    }
+  }
+  return array;
+}
+
+Object *SquareLiteral(std::string_view text, Environment *env, int32_t *owned) {
+  *owned = 1;
+  SpendBudget(text.size());
+  LiteralList list;
+  std::size_t leaves = 0;
+  if (!ParseLiteralList(text, env, 0, &list, &leaves)) {
+    if (CancelRequested(env)) return NewSentinelObject(kSentinelAborted, env);
+    return NewSentinelObject(kSentinelInvalidExpression, env);
+  }
+  for (const LiteralItem &item : list.items)
+    if (item.object && IsSentinelObject(item.object)) return NewAlgebraicObject(AlgebraicText(item.object), env);
+  if (list.numeric) return LiteralMatrix(list, env);
+  return LiteralArray(list, env);
+}
+
+// "matrix:;" is the empty matrix, "matrix:x;" a matrix of the value x (a
+// matrix, or a number as a block of rank 0): the source form of the blocks
+// that have no bracket literal.
+Object *MatrixConstruct(std::string_view body, Environment *env, int32_t *owned) {
+  *owned = 1;
+  if (body.empty()) {
+    Object *m = NewMatrixObject(env);
+    return m ? m : NewSentinelObject(kSentinelInvalidObject, env);
+  }
+  int32_t own = 0;
+  Object *v = EvaluateExpression(body, env, &own);
+  Held held(v, own);
+  if (v && v->tag == kTagMatrix) return held.Take(env);
+  Complex z{0.0, 0.0};
+  if (!ObjectAsNumber(v, &z)) return NewSentinelObject(kSentinelInvalidObject, env);
+  Object *m = NewMatrixObject(TensorBuild({}, &z), true, env);
+  return m ? m : NewSentinelObject(kSentinelInvalidObject, env);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
 // EvaluateExpression.
 
 Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *owned) {
@@ -750,15 +1054,19 @@ Object *EvaluateExpression(std::string_view text, Environment *env, int32_t *own
   if (text == "this") return ThisValue(env, owned);
   if (TestCallForm(text, 0)) return CallValue(text, env, owned);
   if (IsSquareForm(text) && !(f.present & (kFactPlus | kFactMinus | kFactStar | kFactSlash | kFactCaret)))
-    return AnswerWithText(text, env, owned);  // array and matrix literals
+    return SquareLiteral(text, env, owned);
   if (IsReferenceForm(text)) return AnswerWithText(text, env, owned);
   // The construct step.
   const std::size_t colon = text.find(':');
   if (colon != std::string_view::npos) {
     const std::string_view head = text.substr(0, colon);
     if (head == "if" || head == "for" || head == "while") return RunBlock(text, env, owned);
+    if (head == "matrix" && text.back() == ';')
+      return MatrixConstruct(text.substr(colon + 1, text.size() - colon - 2), env, owned);
     // "name:...;" constructs an object of that type (the modules of the
     // types); anything else, such as ":3+4;*2", is arithmetic.
+    std::string_view body;
+    if (head == "array" && ConstructBody(text, colon, &body)) return ConstructArray(body, env, owned);
     if (colon > 0 && IsPlainSymbol(head)) return AnswerWithText(text, env, owned);
   }
   int32_t own = 0;

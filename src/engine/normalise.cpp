@@ -523,8 +523,23 @@ void InsertAfterCloseText(std::string &t, char insert, char close) {
   out.reserve(t.size() + 16);
   bool changed = false;
   const std::size_t n = t.size();
+  // Index groups of a member chain ("m.(1)(2)") stay apart: a ")(" inside
+  // them is no product. A group belongs to such a run when it opens right
+  // behind a "." or right behind the close of a group of the run.
+  std::vector<uint8_t> memberGroup;  // one flag an open "(", as a stack
+  bool closedMember = false;         // the last ")" closed a member group
   for (std::size_t i = 0; i < n; ++i) {
     out.push_back(t[i]);
+    if (close == ')') {
+      if (t[i] == '(') {
+        const bool member = i > 0 && (t[i - 1] == '.' || (t[i - 1] == ')' && closedMember));
+        memberGroup.push_back(member ? 1 : 0);
+      } else if (t[i] == ')') {
+        closedMember = !memberGroup.empty() && memberGroup.back();
+        if (!memberGroup.empty()) memberGroup.pop_back();
+        if (closedMember && i + 1 < n && t[i + 1] == '(') continue;
+      }
+    }
     if (t[i] != close || i + 1 >= n) continue;
     const auto p = static_cast<int64_t>(i + 1);
     const bool operatorFollows = MatchBeginningAt(t, p, L.multiplicative) || MatchBeginningAt(t, p, L.postfix) ||

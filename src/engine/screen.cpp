@@ -7,6 +7,7 @@
 // which is why the operator table below may refuse those pairs outright.
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "engine/normalise.h"
 #include "text/scan.h"
@@ -75,11 +76,14 @@ class Placement {
   bool Closing(std::size_t p, std::size_t q) const {
     if (p == 0) return false;
     if (Before(p, kAdd | kMul | kCmp | kNeg | kRef | kEq)) return false;
+    if (closedMember_ && q < n_ && t_[q] == '(' && t_[p] == ')') return true;  // "m.(1)(2)"
     if (After(q, kOpen | kNeg | kRef)) return false;
     return q == n_ || After(q, kClose | kAdd | kMul | kPost | kCmp | kEq);
   }
   bool Opening(std::size_t p, std::size_t q) const {
     if (q == n_) return false;
+    // "m.(1)(2)": the index groups of a member chain follow each other.
+    if (p == memberOpen_) return true;
     if (Before(p, kClose | kPost)) return false;
     return !After(q, kMul | kCmp | kPost | kEq);
   }
@@ -100,6 +104,21 @@ class Placement {
     return !After(q, kClose | kMul | kPost | kCmp | kEq);
   }
 
+  // Index groups of a member chain: a "(" right behind a "." opens one, and
+  // so does a "(" right behind the close of one. The "(" at memberOpen_ is
+  // such a group's successor, which may stand right after a ")".
+  void TrackMemberGroups(std::size_t p) const {
+    const char c = t_[p];
+    if (c == '(') {
+      const bool afterMember = p > 0 && t_[p - 1] == ')' && closedMember_;
+      groups_.push_back(p > 0 && (t_[p - 1] == '.' || afterMember) ? 1 : 0);
+      memberOpen_ = afterMember ? p : std::string_view::npos;
+    } else if (c == ')') {
+      closedMember_ = !groups_.empty() && groups_.back();
+      if (!groups_.empty()) groups_.pop_back();
+    }
+  }
+
   // Every occurrence of every entry, in one pass. The answer is a yes or
   // no, so the order in which lists are looked at doesn't change it.
   bool Run() const {
@@ -107,6 +126,7 @@ class Placement {
     for (std::size_t p = 0; p < n_; ++p) {
       const unsigned char c = static_cast<unsigned char>(t_[p]);
       if (c >= 128 || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) continue;
+      TrackMemberGroups(p);
       if (!Check(L_.postfix, p, [this](std::size_t a, std::size_t b, std::string_view) { return Postfix(a, b); }))
         return false;
       if (!Check(L_.negation, p, [this](std::size_t a, std::size_t b, std::string_view) { return Negation(a, b); }))
@@ -153,6 +173,9 @@ class Placement {
   std::string_view t_;
   std::size_t n_;
   const SyntaxLists &L_;
+  mutable std::vector<uint8_t> groups_;  // one flag an open "(": opens an index group
+  mutable bool closedMember_ = false;
+  mutable std::size_t memberOpen_ = std::string_view::npos;
 };
 
 // A "=" that is an assignment, not part of "==", "~=", "<=", ">=".

@@ -24,6 +24,7 @@
 #include "common/boundary.h"
 #include "common/globals.h"
 #include "objects/evaluator.h"
+#include "objects/matrix.h"
 #include "objects/print.h"
 #include "persistence/rbst.h"
 #include "text/scan.h"
@@ -37,6 +38,26 @@ constexpr char kAlphabet[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn
 
 bool IsArray(const Object *o) {
   return o && o->tag == kTagArray && o->environment && !o->environment->isScalar && o->environment->elements;
+}
+
+// Levels of arrays in arrays, counting this one. Copying, printing and
+// freeing recurse once a level, so an element that would make the nesting
+// deeper than kMaxArrayNesting is refused; every stored array obeys the
+// limit, which bounds this walk too.
+int32_t NestingDepth(const Object *o) {
+  if (!IsArray(o)) return 0;
+  int32_t deepest = 0;
+  const ElementVector *v = o->environment->elements;
+  for (int32_t i = 0; i < v->count; ++i) {
+    const auto *n = static_cast<const RBSTNode *>(v->items[i]);
+    const auto *e = n ? static_cast<const Object *>(n->value) : nullptr;
+    if (e && e->tag == kTagArray) deepest = std::max(deepest, NestingDepth(e));
+  }
+  return deepest + 1;
+}
+
+bool TooDeep(const Object *element) {
+  return element->tag == kTagArray && NestingDepth(element) >= kMaxArrayNesting;
 }
 
 // The next key in the order of the alphabet above, wrapping at the end.
@@ -217,7 +238,8 @@ Object *ArrayElementAt(const Object *array, int32_t index) {
 
 bool SetArrayElement(Object *array, int32_t index, Object *element) {
   if (!element) return false;
-  if (!IsArray(array) || index < 0 || index >= ArrayCount(array) || !array->environment->elements->items) {
+  if (!IsArray(array) || index < 0 || index >= ArrayCount(array) || !array->environment->elements->items ||
+      TooDeep(element)) {
     FreeObject(element);
     return false;
   }
@@ -249,7 +271,8 @@ bool SetArrayElement(Object *array, int32_t index, Object *element) {
 bool AppendArrayElement(Object *array, Object *element) {
   if (!element) return false;
   const int32_t count = ArrayCount(array);
-  if (!IsArray(array) || count >= kMaxArrayElements || !ReserveItems(array->environment->elements, count + 1)) {
+  if (!IsArray(array) || count >= kMaxArrayElements || TooDeep(element) ||
+      !ReserveItems(array->environment->elements, count + 1)) {
     FreeObject(element);
     return false;
   }
@@ -415,7 +438,7 @@ Object *ArrayMatrixMethod(ArgumentList *arguments, Environment *env, int32_t *ow
   Object *array = ReceiverOf(env);
   if (!arguments || arguments->count != 1 || !array) return nullptr;
   *owned = 1;
-  return NewSentinelObject(kSentinelInvalidObject, ResultScope(array, env));
+  return MatrixFromArray(array, ResultScope(array, env));
 }
 
 }  // namespace qvx

@@ -19,6 +19,8 @@
 namespace qvx {
 
 inline constexpr int32_t kMaxArrayElements = 14776335;  // 62^4 - 1 keys
+// Arrays nest at most this many levels (an array of numbers is one level).
+inline constexpr int32_t kMaxArrayNesting = 100;
 
 // A new array of `count` elements (0 allowed), each an algebraic "0" element;
 // null when count is negative or above kMaxArrayElements.
@@ -28,7 +30,7 @@ int32_t ArrayCount(const Object *array);
 // The element at a 0-based index, borrowed; null out of range.
 Object *ArrayElementAt(const Object *array, int32_t index);
 // Replaces the element at `index`; takes ownership of `element` (frees it
-// when refused).
+// when refused, also when it would nest arrays too deep).
 bool SetArrayElement(Object *array, int32_t index, Object *element);
 // Adds an element at the end; takes ownership of `element` (frees it when
 // refused, e.g. at the limit).

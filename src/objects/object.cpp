@@ -327,7 +327,7 @@ Object *NewMutantObject(Environment *parent) {
   return o;
 }
 
-Object *NewMatrixObject(Environment *parent) { return NewScoped(kTagMatrix, parent); }
+Object *NewScopedObject(int32_t tag, Environment *parent) { return NewScoped(tag, parent); }
 Object *NewArrayShell(Environment *parent) { return NewScoped(kTagArray, parent); }
 Object *NewNodeObject(Environment *parent) { return NewScoped(kTagNode, parent); }
 Object *NewMapObject(Environment *parent) { return NewScoped(kTagMap, parent); }

@@ -94,7 +94,6 @@ Object *NewMutantObject(Environment *parent);
 // Provisional forms of the container and reference types: the object and its
 // own scope with the right tag; their contents are built by the modules of
 // those types.
-Object *NewMatrixObject(Environment *parent);
 // A tag 5 object with an empty scope and no method table: the start of every
 // array, which objects/array.h builds (NewArrayObject).
 Object *NewArrayShell(Environment *parent);
@@ -105,6 +104,10 @@ Object *NewMapObject(Environment *parent);
 Object *NewClassDefinitionObject(Environment *parent);
 // A tag 7 object: a whole scope as a value.
 Object *NewTopLevelObject(Environment *scope);
+
+// A record of the given tag with a full scope of its own and nothing else:
+// the start of every container type's constructor (matrix.h and the rest).
+Object *NewScopedObject(int32_t tag, Environment *parent);
 
 // Gives a scalar object its ScalarEnvironment (copied from the prototype).
 void AttachScalarEnvironment(Object *object);

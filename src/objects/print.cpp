@@ -10,7 +10,10 @@
 #include "objects/print.h"
 
 #include "common/boundary.h"
+#include "common/guards.h"
+#include "objects/array.h"
 #include "objects/environment.h"
+#include "objects/matrix.h"
 #include "objects/object.h"
 #include "persistence/rbst.h"
 #include "text/scan.h"
@@ -89,6 +92,36 @@ std::string Headed(const char *head, const Object *o, int32_t sourceForm) {
   return out;
 }
 
+// Arrays. The display form is the head "(array)" and one element a line,
+// indented by two blanks as a listing indents members; an element on several
+// lines (a nested array, a mutant) has each line indented, so nesting shows.
+// The source form is "array:count,e0,e1,...;", which the array construct
+// reads back: the leading count keeps a one-element array apart from the
+// form "array:n;" that builds n zeros. An empty array is "array:;".
+std::string ArrayText(const Object *o, int32_t sourceForm, int32_t digits) {
+  const int32_t count = ArrayCount(o);
+  if (sourceForm && count == 0) return "array:;";
+  if (StackExhausted()) return std::string(kSentinelInvalidExpression);
+  std::string out = sourceForm ? "array:" + std::to_string(count) : std::string("(array)");
+  for (int32_t i = 0; i < count; ++i) {
+    if ((i & 1023) == 0 && CancelRequested(o->environment)) return std::string(kSentinelAborted);
+    const std::string element = ObjectToText(ArrayElementAt(o, i), sourceForm, digits);
+    if (sourceForm) {
+      out += ',';
+      out += element;
+      continue;
+    }
+    out += "\n  ";
+    for (const char c : element) {
+      out += c;
+      if (c == '\n') out += "  ";
+    }
+  }
+  if (CancelRequested(o->environment)) return std::string(kSentinelAborted);
+  if (sourceForm) out += ';';
+  return out;
+}
+
 }  // namespace
 
 std::string ListScope(Environment *env, int32_t sourceForm, int32_t showFunctions) {
@@ -119,11 +152,13 @@ std::string ObjectToText(const Object *o, int32_t sourceForm, int32_t digits) {
       out = Quoted(StringText(o));
       break;
     case kTagArray:
-      out = sourceForm ? "array:;" : Headed("(array)", o, sourceForm);
+      out = ArrayText(o, sourceForm, digits);
       break;
-    case kTagMatrix:
-      out = sourceForm ? "matrix:;" : "(matrix)";
+    case kTagMatrix: {
+      const Tensor *t = static_cast<const Tensor *>(o->payload);
+      out = sourceForm ? MatrixLiteral(t, digits) : MatrixDisplay(t, digits);
       break;
+    }
     case kTagMap:
       out = sourceForm ? "map:;" : "(map)";
       break;
