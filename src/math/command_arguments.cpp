@@ -15,6 +15,7 @@
 #include "math/algebra.h"
 #include "math/functions.h"
 #include "objects/array.h"
+#include "objects/matrix.h"
 #include "objects/tensor.h"
 #include "text/classify.h"
 #include "text/sentinels.h"
@@ -114,7 +115,7 @@ bool ReadRealSequence(const Object *object, Environment *env, std::vector<double
   out.clear();
   if (!object) return false;
   if (object->tag == kTagMatrix) {
-    const auto *t = static_cast<const Tensor *>(object->payload);
+    const Tensor *t = MatrixTensor(object);
     std::vector<int32_t> shape;
     if (!t || !TensorShape(t, shape) || shape.size() != 1) return false;
     std::vector<Complex> values;

@@ -17,6 +17,7 @@
 #include "math/commands.h"
 #include "numerics/containers/container_access.h"
 #include "objects/array.h"
+#include "objects/matrix.h"
 #include "objects/tensor.h"
 #include "text/sentinels.h"
 
@@ -50,7 +51,7 @@ bool ReadSource(const Object *o, Source &source) {
     return true;
   }
   if (o->tag != kTagMatrix) return false;
-  const auto *t = static_cast<const Tensor *>(o->payload);
+  const Tensor *t = MatrixTensor(o);
   std::vector<int32_t> shape;
   if (!t || !TensorShape(t, shape) || shape.size() != 1) return false;
   TensorFlatten(t, source.values);

@@ -187,6 +187,27 @@ TEST(CommandsScript, PermutationsInLexicographicOrder) {
   EXPECT_EQ(ArrayCount(Result(s, "permute(primes(1,13))")), 720);  // 6 elements
 }
 
+TEST(CommandsScript, VectorsAndMixedArraysAreSources) {
+  Session s;
+  // A vector's numbers become numeric elements; complex ones stay complex.
+  const Object *c = Result(s, "combine([1,2+i,3],2)");
+  ASSERT_EQ(ArrayCount(c), 3);
+  const std::vector<Complex> first = Numbers(ArrayElementAt(c, 0));
+  ASSERT_EQ(first.size(), 2u);
+  EXPECT_EQ(first[1].im, 1.0);
+  // An array of any objects: the elements are copied with their types.
+  s.Run("a=[x,\"s\",2]");
+  const Object *p = Result(s, "permute(a)");
+  ASSERT_EQ(ArrayCount(p), 6);
+  const Object *second = ArrayElementAt(ArrayElementAt(p, 0), 1);
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(second->tag, kTagString);
+  // Only vectors: a block of rank 2 is not a list of elements.
+  EXPECT_EQ(s.Run("combine([[1,2],[3,4]],1)"), ">invalid_object<");
+  ExpectReals(Lookup(Result(s, "polyfit([0,1,2,3],[1,3,5,7],1)")->environment, "parameters"), {1, 2}, 1e-12,
+              "vectors");
+}
+
 TEST(CommandsScript, EnumerationsTooLargeAreRefused) {
   Session s;
   // 12 elements: 479001600 orderings; 9 elements: 362880; 25 choose 12 is
