@@ -378,8 +378,11 @@ Object *PolyFitObject(ArgumentList *arguments, Environment *env, int32_t *owned)
     const CommandArgument &k = args.back();
     // A name without a value in place of a data set, or a degree that isn't
     // known yet: the call waits for them.
-    for (const CommandArgument &a : args)
-      if (a.scalar && &a != &k) return CallTextObject("polyfit", args, env);
+    for (const CommandArgument &a : args) {
+      if (&a == &k || !a.scalar) continue;
+      if (a.numeric) return NewSentinelObject(kSentinelInvalidObject, env);  // a number is no data set
+      return CallTextObject("polyfit", args, env);
+    }
     if (!k.numeric) return CallTextObject("polyfit", args, env);
     std::vector<double> x, y, w;
     if (!ReadRealSequence(args[0].object, env, x) || !ReadRealSequence(args[1].object, env, y))

@@ -303,6 +303,7 @@ TEST(CommandsScript, UnreducibleCallsAnswerWithTheirText) {
   for (const Case &c : cases) EXPECT_EQ(s.Run(c.script), c.answer) << c.script;
   // Values that no later binding can turn into an argument.
   EXPECT_EQ(s.Run("permute(5)"), ">invalid_object<");
+  EXPECT_EQ(s.Run("polyfit(1,2,1)"), ">invalid_object<");
   EXPECT_EQ(s.Run("divisors(\"12\")"), ">invalid_object<");
 }
 
