@@ -25,6 +25,7 @@
 #include "engine/evaluate.h"
 #include "common/globals.h"
 #include "engine/program.h"
+#include "math/commands.h"
 #include "math/functions.h"
 #include "objects/array.h"
 #include "objects/environment.h"
@@ -48,10 +49,10 @@ constexpr NativeEntry kDefaultTable[] = {
     {"delete()", DeleteCommand}, {"introspect(0)", IntrospectCommand}, {"restore(0)", RestoreCommand},
     {"mutate()", MutateCommand}, {"write(1)", nullptr},
     // Number output and root finding.
-    {"bin()", nullptr}, {"hex()", nullptr}, {"dec(1)", nullptr}, {"complexroots(2)", nullptr},
-    {"divisors(1)", nullptr}, {"findpeaks(3)", nullptr}, {"findroots(3)", nullptr}, {"primefactors(1)", nullptr},
-    {"primes(2)", nullptr}, {"hmstime(3)", nullptr}, {"sigdigits()", nullptr}, {"combine()", nullptr},
-    {"permute()", nullptr}, {"polyfit()", nullptr},
+    {"bin()", nullptr}, {"hex()", nullptr}, {"dec(1)", nullptr}, {"complexroots(2)", ComplexRootsObject},
+    {"divisors(1)", DivisorsObject}, {"findpeaks(3)", FindPeaksObject}, {"findroots(3)", FindRootsObject},
+    {"primefactors(1)", nullptr}, {"primes(2)", PrimesObject}, {"hmstime(3)", nullptr}, {"sigdigits()", nullptr},
+    {"combine()", CombineObject}, {"permute()", PermuteObject}, {"polyfit()", PolyFitObject},
     // Introspection.
     {"print(0)", PrintCommand}, {"type(0)", TypeCommand},
     // Mathematical functions.

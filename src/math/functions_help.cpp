@@ -105,20 +105,27 @@ constexpr HelpRow kEnvironment[] = {
     {"bin", "bin(", "bin(x)", "\"bin(x)\" prints the number \"x\" in binary form"},
     {"combine", "combine(", "combine(list,k)",
      "\"combine(list,k)\" lists the combinations of \"k\" elements of the array \"list\""},
-    {"complex roots", "complexroots(", "complexroots(f(z),z0)",
-     "\"complexroots(f(z),z0)\" finds the complex roots of the polynomial \"f(z)\" starting from \"z0\""},
+    {"complex roots", "complexroots(", "complexroots(z,n)",
+     "\"complexroots(z,n)\" returns a vector containing the \"n\" complex \"n\"-th roots of \"z\""},
     {"dec", "dec(", "dec(x)", "\"dec(x)\" prints the number \"x\" in decimal form"},
     {"divisors", "divisors(", "divisors(n)", "\"divisors(n)\" lists the divisors of the integer \"n\""},
     {"find peaks", "findpeaks(", "findpeaks(f(x),x1,x2)",
-     "\"findpeaks(f(x),x1,x2)\" lists the peaks of the expression \"f(x)\" between \"x1\" and \"x2\""},
+     "\"findpeaks(f(x),x1,x2)\" returns a vector containing all the peaks of the function \"f(x)\" (i.e. the "
+     "local maxima of its real part) within the range defined by \"x1<=x<=x2\", this feature might not be "
+     "successful if \"f(x)\" posseses a singlularity within the given range"},
     {"find roots", "findroots(", "findroots(f(x),x1,x2)",
-     "\"findroots(f(x),x1,x2)\" lists the roots of the expression \"f(x)\" between \"x1\" and \"x2\""},
+     "\"findroots(f(x),x1,x2)\" returns a vector containing all the simple roots of the function \"f(x)\" (i.e. "
+     "those for which the function crosses zero) within the range defined by \"x1<=x<=x2\", this feature might "
+     "not be successful if \"f(x)\" posseses a singlularity within the given range"},
     {"hex", "hex(", "hex(x)", "\"hex(x)\" prints the number \"x\" in hexadecimal form"},
     {"hms time", "hmstime(", "hmstime(h,m,s)",
      "\"hmstime(h,m,s)\" converts hours \"h\", minutes \"m\" and seconds \"s\" into a time"},
     {"permute", "permute(", "permute(list)", "\"permute(list)\" lists the permutations of the array \"list\""},
-    {"polynome\nfit", "polyfit(", "polyfit(x,y,n)",
-     "\"polyfit(x,y,n)\" fits a polynomial of degree \"n\" to the points \"x\", \"y\""},
+    {"polynome\nfit", "polyfit(", "polyfit(x,y,w,k)",
+     "\"polyfit(x,y,w,k)\" fits a polynomial of degree \"k\" to the points \"x\", \"y\" with the weights "
+     "\"w\" (which may be omitted: all weights 1), and returns an object with the members \"message\", "
+     "\"quality\", \"parameters\" (c0..ck) and \"errors\", and the function \"eval(x)\" that evaluates "
+     "\"p(x)=c0+c1*x+___+ck*x^k\""},
     {"prime factors", "primefactors(", "primefactors(n)",
      "\"primefactors(n)\" lists the prime factors of the integer \"n\""},
     {"primes", "primes(", "primes(n1,n2)", "\"primes(n1,n2)\" lists the prime numbers from \"n1\" to \"n2\""},
