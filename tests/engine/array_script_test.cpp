@@ -102,7 +102,8 @@ TEST(ArrayScript, MethodsAsScriptsCallThem) {
       {"a=array:2;", "a.enlarge(20000000)", ">invalid_expression<"},
       {"a=array:2;", "a.enlarge(x)", ">invalid_expression<"},
       {"a=array:2;", "a.swap(0,0/0)", "(array)\n  0\n  0"},
-      {"a=array:2;", "a.matrix()", ">invalid_object<"},
+      {"a=array:2;", "a.matrix()", "(matrix)\n0  0"},
+      {"a=array:2;,a.0=\"s\"", "a.matrix()", ">invalid_object<"},
       // Errors among the arguments travel on and change nothing.
       {"a=array:2;", "a.append(1/0)", ">invalid_expression<"},
       {"a=array:2;,a.append(1/0)", "a.size()", "2"},
