@@ -69,7 +69,19 @@ std::string ScopeListing(Environment *env, int32_t sourceForm, int32_t showFunct
   });
   ForEachNode(env->objectTable.root, [&](RBSTNode *n) {
     if (Hidden(n->key) || !n->value) return;
-    objects += indent + n->key + " = " + ObjectToText(static_cast<Object *>(n->value), sourceForm) + "\n";
+    // A value on several lines (an array, a matrix, a mutant) is laid out
+    // relative to its own first line; its later lines move in with the entry.
+    std::string text = ObjectToText(static_cast<Object *>(n->value), sourceForm);
+    if (!sourceForm && text.find('\n') != std::string::npos) {
+      std::string moved;
+      moved.reserve(text.size() + 64);
+      for (const char c : text) {
+        moved += c;
+        if (c == '\n') moved += indent;
+      }
+      text.swap(moved);
+    }
+    objects += indent + n->key + " = " + text + "\n";
   });
   if (showFunctions)
     ForEachNode(env->functionTable.root, [&](RBSTNode *n) {
