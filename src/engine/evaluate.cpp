@@ -961,6 +961,9 @@ Object *LiteralMatrix(const LiteralList &list, Environment *env) {
   std::vector<Complex> values;
   values.reserve(static_cast<std::size_t>(cells));
   FlattenLiteral(list, &values);
+  // The shape was read from the same nesting as the values; a disagreement
+  // would make the build read past them, so it is refused outright.
+  if (static_cast<int64_t>(values.size()) != cells) return NewSentinelObject(kSentinelInvalidObject, env);
   Object *m = NewMatrixObject(TensorBuild(list.shape, values.data()), true, env);
   return m ? m : NewSentinelObject(kSentinelInvalidObject, env);
 }

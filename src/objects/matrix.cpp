@@ -57,7 +57,10 @@ bool Load(const Tensor *t, Block *b) {
 }
 
 Tensor *Build(const Block &b) {
-  if (CountOf(b.shape) > kMaxMatrixElements) return nullptr;
+  // The shape must describe exactly the values held: a block whose edits
+  // went wrong is refused here rather than read past its end.
+  const int64_t count = CountOf(b.shape);
+  if (count > kMaxMatrixElements || count != static_cast<int64_t>(b.values.size())) return nullptr;
   return TensorBuild(b.shape, b.values.data());
 }
 
@@ -636,7 +639,10 @@ Object *MatrixAppendMethod(ArgumentList *a, Environment *env, int32_t *owned) {
       !CollectValues(a, 0, ArgumentCount(a), &add) || add.empty())
     return Sentinel(kSentinelInvalidObject, env, owned);
   // An empty rank 2 block takes its width from the first row appended.
-  if (b.values.empty() && b.shape.size() == 2) b.shape[1] = static_cast<int32_t>(add.size());
+  if (b.values.empty() && b.shape.size() == 2) {
+    b.shape[0] = 0;
+    b.shape[1] = static_cast<int32_t>(add.size());
+  }
   const int64_t inner = InnerCount(b.shape);
   if (inner == 0 || static_cast<int64_t>(add.size()) % inner != 0) return Sentinel(kSentinelInvalidObject, env, owned);
   b.shape[0] += static_cast<int32_t>(static_cast<int64_t>(add.size()) / inner);

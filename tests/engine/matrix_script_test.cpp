@@ -260,5 +260,16 @@ TEST(MatrixScript, HugeRequestsAreRefusedNotBuilt) {
   EXPECT_EQ(Rows(s, "x"), "(matrix)|1 0|0 1");
 }
 
+// Edits that empty a block and then grow it again keep the shape and the
+// values in step: a block emptied of its columns takes its width from the
+// first row appended, and holds that row alone.
+TEST(MatrixScript, AppendAfterEmptyingTakesTheNewWidth) {
+  Session s;
+  s.Run("m=[[1,2],[3,4]]");
+  EXPECT_EQ(Rows(s, "m.deletecol(0).deletecol(0)"), "(matrix)");
+  EXPECT_EQ(Rows(s, "m.append([5,6])"), "(matrix)|5 6");
+  EXPECT_EQ(Rows(s, "m.enlarge(2)"), "(matrix)|5 6|0 0");
+}
+
 }  // namespace
 }  // namespace qvx
