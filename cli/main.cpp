@@ -23,6 +23,7 @@
 #include <string>
 
 #include "libquorvex.h"
+#include "plot.h"
 
 namespace {
 
@@ -55,47 +56,6 @@ void Answer(const std::string &text) {
   if (answer && *answer) std::printf("%s\n", answer);  // control statements answer nothing
   std::fflush(stdout);
   FreeString(answer);
-}
-
-// --plot EXPR X1 X2 FILE.bmp [WIDTH HEIGHT] [--font PATH]: the first picture
-// of the function plot, one sample a column, as an ordinary bottom-up BMP.
-int RunPlot(int argc, char **argv) {
-  const char *font = nullptr;
-  std::string args[6];
-  int count = 0;
-  for (int i = 2; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--font") == 0 && i + 1 < argc) font = argv[++i];
-    else if (count < 6) args[count++] = argv[i];
-    else count = 7;
-  }
-  char *end1 = nullptr, *end2 = nullptr;
-  const double x1 = count >= 4 ? std::strtod(args[1].c_str(), &end1) : 0.0;
-  const double x2 = count >= 4 ? std::strtod(args[2].c_str(), &end2) : 0.0;
-  const int width = count == 6 ? std::atoi(args[4].c_str()) : 800;
-  const int height = count == 6 ? std::atoi(args[5].c_str()) : 448;
-  if ((count != 4 && count != 6) || !end1 || *end1 || !end2 || *end2 || width < 1 || height < 1) {
-    std::fprintf(stderr, "usage: quorvex --plot EXPR X1 X2 FILE.bmp [WIDTH HEIGHT] [--font PATH]\n");
-    return 2;
-  }
-  SetPlatformCode(0);  // rows bottom-up, pixels B, G, R: what image viewers read
-  Font *f = LoadFontFromFile(font);
-  PlotBitmapPair *pair = GeneratePlotBitmaps(args[0].c_str(), x1, x2, width, nullptr, nullptr, width, height, f, gEnv);
-  FreeFont(f);
-  if (!pair) {
-    std::fprintf(stderr, "quorvex: cannot plot %s\n", args[0].c_str());
-    return 1;
-  }
-  const unsigned char *b = pair->first;
-  const unsigned long size = b[2] | b[3] << 8 | static_cast<unsigned long>(b[4]) << 16 |
-                             static_cast<unsigned long>(b[5]) << 24;
-  std::FILE *out = std::fopen(args[3].c_str(), "wb");
-  const bool written = out && std::fwrite(b, 1, size, out) == size;
-  if (out && std::fclose(out) != 0) std::fprintf(stderr, "quorvex: cannot write %s\n", args[3].c_str());
-  else if (!written) std::fprintf(stderr, "quorvex: cannot write %s\n", args[3].c_str());
-  Free(pair->first);
-  Free(pair->second);
-  Free(pair);
-  return written ? 0 : 1;
 }
 
 void PrintBanner() {
@@ -251,8 +211,8 @@ int main(int argc, char **argv) {
   }
   InstallInterruptHandler();
   int status = 0;
-  if (argc >= 2 && std::strcmp(argv[1], "--plot") == 0) {
-    status = RunPlot(argc, argv);
+  if (argc >= 2 && quorvex_cli::IsPlotCommand(argv[1])) {
+    status = quorvex_cli::RunPlotCommand(argc, argv, gEnv);
   } else if (argc >= 2 && std::strcmp(argv[1], "-e") == 0) {
     for (int i = 2; i < argc; ++i) Answer(argv[i]);
   } else if (argc >= 2) {

@@ -207,6 +207,20 @@ typedef struct PlotBitmapPair { unsigned char *first; unsigned char *second; } P
  * may be null. The 2D and complex-plane forms give surfaces of the real
  * (first) and imaginary part (second). The parametric form samples "fx,fy"
  * over its one unknown and draws the curve of the two real parts. */
+/* Plot options, process-wide, a set of the bits below; 0 at start, when
+ * every picture is drawn as described above.
+ * QVX_PLOT_ROUND_TICKS: ticks and labels at round values (1, 2 or 5 times a
+ * power of ten) instead of the binary grid and its end labels.
+ * QVX_PLOT_HIDE_ZERO_SECOND: a second curve (imaginary part, phase) whose
+ * finite values are all 0 is neither drawn nor counted in the value range.
+ * QVX_PLOT_LEGEND: when a picture shows two curves, a box in its top right
+ * corner names them ("real part", "imaginary part"; "modulus", "phase"). */
+#define QVX_PLOT_ROUND_TICKS      1
+#define QVX_PLOT_HIDE_ZERO_SECOND 2
+#define QVX_PLOT_LEGEND           4
+QVX_API void    SetPlotOptions(int32_t options) QVX_NOEXCEPT;
+QVX_API int32_t GetPlotOptions(void) QVX_NOEXCEPT;
+
 QVX_API PlotBitmapPair *GeneratePlotBitmaps(const char *text, double x1, double x2, int32_t samples,
                                             const double *lowerClamps, const double *upperClamps,
                                             int32_t width, int32_t height, Font *font, Environment *env) QVX_NOEXCEPT;

@@ -63,6 +63,7 @@ struct Globals {
   BinaryHandler dispatch[kObjectTagCount][kObjectTagCount];
   SyntaxLists syntax;
   const EvaluatorCalls *evaluator;  // never null in a filled record
+  int32_t plotOptions;           // QVX_PLOT_ bits, 0 at start: pictures as they always were
 };
 
 // The record in use (the host's, or the default one). Defined by the engine,

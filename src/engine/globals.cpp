@@ -185,6 +185,10 @@ QVX_API void SetLocalOutPath(const char *path) noexcept {
 QVX_API void SetPlatformCode(int32_t code) noexcept {
   if (gGlobals) gGlobals->platformCode = code;
 }
+QVX_API void SetPlotOptions(int32_t options) noexcept {
+  if (gGlobals) gGlobals->plotOptions = options;
+}
+QVX_API int32_t GetPlotOptions(void) noexcept { return G().plotOptions; }
 QVX_API void SetInstructions(const char *text) noexcept {
   if (gGlobals) ReplaceText(&gGlobals->instructions[0], text);
 }

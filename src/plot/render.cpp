@@ -9,7 +9,11 @@
 // from `top` (greatest value) to `bottom` (least value).
 //
 // The tick grid is binary, not decimal: ticks fall on repeated midpoints and
-// labels show whatever value lies there, printed with four digits.
+// labels show whatever value lies there, printed with four digits. The
+// round-ticks option replaces it with a decimal grid: steps of 1, 2 or 5
+// times a power of ten, chosen so that labels don't crowd, and labels only
+// on those steps. Every option is read from the global record; with none set
+// the pictures are the same bytes as before the options existed.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -89,6 +93,81 @@ int32_t ClampToInt(double v) {
   return static_cast<int32_t>(v);
 }
 
+bool Option(int32_t bit) { return (G().plotOptions & bit) != 0; }
+
+// The least of 1, 2, 5 times a power of ten that cuts `span` into at most
+// `count` steps; 0 when there is no such step.
+double RoundStep(double span, double count) {
+  if (!(span > 0) || !std::isfinite(span) || !(count >= 1)) return 0.0;
+  const double raw = span / std::floor(count);
+  const double power = std::pow(10.0, std::floor(std::log10(raw)));
+  for (double m : {1.0, 2.0, 5.0, 10.0})
+    if (m * power >= raw * (1 - 1e-12)) return m * power;
+  return 10.0 * power;
+}
+
+// Calls `at(position, value)` for the multiples of `step` in [low, high],
+// `position` being the pixel of the value on an axis from `from` (low) to
+// `to` (high). Values are made as k*step, so that 0 is exactly 0.
+void ForEachMultiple(double low, double high, double step, int32_t from, int32_t to,
+                     const std::function<void(int32_t, double)> &at) {
+  if (!(step > 0) || !(high > low)) return;
+  const double first = std::ceil(low / step - 1e-9), last = std::floor(high / step + 1e-9);
+  if (!(last - first < 1e5)) return;
+  for (double k = first; k <= last; ++k) {
+    const double v = k * step;
+    at(ClampToInt(RoundHalfAway(from + (v - low) * (to - from) / (high - low))), v);
+  }
+}
+
+// A round value as a label: enough digits for any multiple a grid shows,
+// and no rounding noise such as 0.30000000000000004.
+std::string RoundLabelText(double v, double step) {
+  const int digits = std::clamp(static_cast<int>(std::ceil(std::log10(std::fabs(v) / step + 1))) + 1, 1, 15);
+  const Owned<char, FreeString> t(DoubleString(v, digits));
+  return t ? std::string(t.get()) : std::string();
+}
+
+// Decimal ticks and labels: majors far enough apart for their labels, minor
+// ticks at a fifth of a step (a quarter of a step of 2).
+void DrawRoundAxes(uint32_t **m, const Frame &f, double xLow, double xHigh, double yLow, double yHigh,
+                   int32_t minorLength, int32_t majorLength) {
+  const int32_t first = f.left + 1, last = f.left + f.columns;
+  const int32_t box = f.height;
+  const int32_t g = std::max(MeasureAverageGlyphWidth(f.font), 6);
+  const int32_t gh = std::max(f.glyphHeight, 8);
+  auto minorOf = [](double step) {
+    const double mantissa = step / std::pow(10.0, std::floor(std::log10(step)));
+    return step / (std::fabs(mantissa - 2.0) < 0.5 ? 4.0 : 5.0);
+  };
+  const double xStep = RoundStep(xHigh - xLow, (last - first) / (10.0 * g));
+  const double yStep = RoundStep(yHigh - yLow, (f.bottom - f.top) / (3.0 * gh));
+  auto xTick = [&](int32_t length) {
+    return [&, length](int32_t c, double) { DrawLine(c, f.bottom + 1, c, f.bottom + length, m, box, kTickColour, 0); };
+  };
+  // Rows grow downward while values grow upward: the axis runs bottom to top.
+  auto yTick = [&](int32_t length) {
+    return [&, length](int32_t r, double) { DrawLine(first - 1 - length, r, first - 2, r, m, box, kTickColour, 0); };
+  };
+  if (xStep > 0) {
+    ForEachMultiple(xLow, xHigh, minorOf(xStep), first, last, xTick(minorLength));
+    ForEachMultiple(xLow, xHigh, xStep, first, last, xTick(majorLength));
+  }
+  if (yStep > 0) {
+    ForEachMultiple(yLow, yHigh, minorOf(yStep), f.bottom, f.top, yTick(minorLength));
+    ForEachMultiple(yLow, yHigh, yStep, f.bottom, f.top, yTick(majorLength));
+  }
+  if (!f.font) return;
+  const int32_t xLabelRow = f.bottom + majorLength + 2;
+  const int32_t yLabelColumn = f.left / 2 + 1;
+  ForEachMultiple(xLow, xHigh, xStep, first, last, [&](int32_t c, double v) {
+    DrawText(RoundLabelText(v, xStep).c_str(), m, c, xLabelRow, kTextColour, f.font);
+  });
+  ForEachMultiple(yLow, yHigh, yStep, f.bottom, f.top, [&](int32_t r, double v) {
+    DrawText(RoundLabelText(v, yStep).c_str(), m, yLabelColumn, r - f.glyphHeight / 2, kTextColour, f.font);
+  });
+}
+
 // Box, ticks and labels of a plot area whose columns show xLow .. xHigh and
 // whose rows show yHigh (top) .. yLow (bottom). Ranges that can't be told
 // apart get no labels.
@@ -101,6 +180,11 @@ void DrawAxes(uint32_t **m, const Frame &f, double xLow, double xHigh, double yL
   DrawLine(last + 1, f.top, last + 1, f.bottom, m, box, kTickColour, 0);
 
   const int32_t minorLength = f.tickHalf + 2, majorLength = 2 * f.tickHalf + 4;
+  // A range of one value has no round steps: it keeps the binary grid.
+  if (Option(QVX_PLOT_ROUND_TICKS) && !SameBounds(xLow, xHigh) && !SameBounds(yLow, yHigh)) {
+    DrawRoundAxes(m, f, std::min(xLow, xHigh), std::max(xLow, xHigh), yLow, yHigh, minorLength, majorLength);
+    return;
+  }
   const double major = f.height / 4.0, minor = f.height / 32.0;
   auto xTick = [&](int32_t length) {
     return [&, length](int32_t c) { DrawLine(c, f.bottom + 1, c, f.bottom + length, m, box, kTickColour, 0); };
@@ -175,6 +259,42 @@ void DrawCurve(uint32_t **m, const Frame &f, const std::vector<double> &v, doubl
   }
 }
 
+// All finite values 0 (or none finite).
+bool ZeroEverywhere(const std::vector<double> &v) {
+  return std::all_of(v.begin(), v.end(), [](double x) { return !std::isfinite(x) || x == 0.0; });
+}
+
+bool AnyFinite(const std::vector<double> &v) {
+  return std::any_of(v.begin(), v.end(), [](double x) { return std::isfinite(x); });
+}
+
+// Names of two curves in a framed box in the top right corner of the plot
+// area, each after a short stroke of its colour. The box hides the curves
+// behind it.
+void DrawLegend(uint32_t **m, const Frame &f, const char *const names[2], const uint32_t colours[2]) {
+  if (!f.font || f.glyphHeight < 1) return;
+  const int32_t g = std::max(MeasureAverageGlyphWidth(f.font), 1);
+  const int32_t textWidth = std::max(MeasureTextWidth(names[0], f.font), MeasureTextWidth(names[1], f.font));
+  const int32_t stroke = 3 * g, pad = g / 2 + 2, line = f.glyphHeight + 2;
+  const int32_t boxWidth = pad + stroke + g + textWidth + pad, boxHeight = 2 * pad + 2 * line;
+  const int32_t right = f.left + f.columns - g, top = f.top + g;
+  const int32_t left = right - boxWidth, bottom = top + boxHeight;
+  if (left <= f.left + 1 || bottom >= f.bottom) return;  // no room: no legend
+  for (int32_t x = left; x <= right; ++x)
+    for (int32_t y = top; y <= bottom; ++y) m[x][y] = kBackgroundColour;
+  DrawLine(left, top, right, top, m, f.height, kTickColour, 0);
+  DrawLine(left, bottom, right, bottom, m, f.height, kTickColour, 0);
+  DrawLine(left, top, left, bottom, m, f.height, kTickColour, 0);
+  DrawLine(right, top, right, bottom, m, f.height, kTickColour, 0);
+  for (int k = 0; k < 2; ++k) {
+    const int32_t row = top + pad + k * line;
+    const int32_t middle = row + f.glyphHeight / 2;
+    DrawLine(left + pad, middle, left + pad + stroke, middle, m, f.height, colours[k], f.thickness);
+    const int32_t textLeft = left + pad + stroke + g;
+    DrawText(names[k], m, textLeft + MeasureTextWidth(names[k], f.font) / 2, row, kTextColour, f.font);
+  }
+}
+
 uint32_t Blend(uint32_t a, uint32_t b, double u) {
   auto channel = [&](int shift) {
     const double ca = (a >> shift) & 0xff, cb = (b >> shift) & 0xff;
@@ -226,6 +346,7 @@ uint32_t **RenderCurve(double **samples, int32_t height, uint32_t first, uint32_
       b[k - 1] = mode == 0 ? clamp(samples[k][rowB], lowerSecond, upperSecond)
                            : std::numeric_limits<double>::quiet_NaN();
     }
+    if (Option(QVX_PLOT_HIDE_ZERO_SECOND) && ZeroEverywhere(b)) b.assign(b.size(), std::numeric_limits<double>::quiet_NaN());
     double low = 0.0, high = 0.0;
     FiniteRange({&a, &b}, &low, &high);
     uint32_t **m = NewRGBMatrix(f.width, height, kBackgroundColour);
@@ -233,6 +354,12 @@ uint32_t **RenderCurve(double **samples, int32_t height, uint32_t first, uint32_
     DrawAxes(m, f, samples[1][kRowX], samples[n][kRowX], low, high);
     DrawCurve(m, f, a, low, high, first);
     DrawCurve(m, f, b, low, high, second);
+    if (Option(QVX_PLOT_LEGEND) && AnyFinite(a) && AnyFinite(b)) {
+      static const char *const kPartNames[2] = {"real part", "imaginary part"};
+      static const char *const kPolarNames[2] = {"modulus", "phase"};
+      const uint32_t colours[2] = {first, second};
+      DrawLegend(m, f, selector == 0 ? kPartNames : kPolarNames, colours);
+    }
     return m;
   });
 }
