@@ -212,7 +212,8 @@ typedef struct PlotBitmapPair { unsigned char *first; unsigned char *second; } P
  * QVX_PLOT_ROUND_TICKS: ticks and labels at round values (1, 2 or 5 times a
  * power of ten) instead of the binary grid and its end labels.
  * QVX_PLOT_HIDE_ZERO_SECOND: a second curve (imaginary part, phase) whose
- * finite values are all 0 is neither drawn nor counted in the value range.
+ * finite values are all 0, or below 1e-12 of the first curve's greatest
+ * magnitude (rounding), is neither drawn nor counted in the value range.
  * QVX_PLOT_LEGEND: when a picture shows two curves, a box in its top right
  * corner names them ("real part", "imaginary part"; "modulus", "phase"). */
 #define QVX_PLOT_ROUND_TICKS      1

@@ -259,9 +259,15 @@ void DrawCurve(uint32_t **m, const Frame &f, const std::vector<double> &v, doubl
   }
 }
 
-// All finite values 0 (or none finite).
-bool ZeroEverywhere(const std::vector<double> &v) {
-  return std::all_of(v.begin(), v.end(), [](double x) { return !std::isfinite(x) || x == 0.0; });
+// A second curve that is zero at every finite sample, up to rounding: the
+// imaginary part of x^2 at negative x, computed through the complex power,
+// is a few 1e-16 of the real part, not a part worth a curve.
+bool NegligibleBeside(const std::vector<double> &v, const std::vector<double> &reference) {
+  double scale = 0.0;
+  for (double x : reference)
+    if (std::isfinite(x)) scale = std::max(scale, std::fabs(x));
+  const double tolerance = 1e-12 * scale;
+  return std::all_of(v.begin(), v.end(), [&](double x) { return !std::isfinite(x) || std::fabs(x) <= tolerance; });
 }
 
 bool AnyFinite(const std::vector<double> &v) {
@@ -346,7 +352,7 @@ uint32_t **RenderCurve(double **samples, int32_t height, uint32_t first, uint32_
       b[k - 1] = mode == 0 ? clamp(samples[k][rowB], lowerSecond, upperSecond)
                            : std::numeric_limits<double>::quiet_NaN();
     }
-    if (Option(QVX_PLOT_HIDE_ZERO_SECOND) && ZeroEverywhere(b)) b.assign(b.size(), std::numeric_limits<double>::quiet_NaN());
+    if (Option(QVX_PLOT_HIDE_ZERO_SECOND) && NegligibleBeside(b, a)) b.assign(b.size(), std::numeric_limits<double>::quiet_NaN());
     double low = 0.0, high = 0.0;
     FiniteRange({&a, &b}, &low, &high);
     uint32_t **m = NewRGBMatrix(f.width, height, kBackgroundColour);
