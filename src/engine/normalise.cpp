@@ -51,8 +51,12 @@ inline bool IsWordByte(unsigned char c) {
 }
 
 
+inline bool IsWhiteSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 void RemoveWhiteSpace(std::string &t) {
-  t.erase(std::remove_if(t.begin(), t.end(), [](char c) { return In(kWhiteSpace, c); }), t.end());
+  const auto first = std::find_if(t.begin(), t.end(), IsWhiteSpace);
+  if (first == t.end()) return;
+  t.erase(std::remove_if(first, t.end(), IsWhiteSpace), t.end());
 }
 
 // Owned-text adapter: runs a step on a std::string copy and stores the result
@@ -114,9 +118,11 @@ class LiteralBook {
         p[k] = static_cast<char>(static_cast<unsigned char>(std::clamp(v, 128, 255)));
       }
       if (!Collides(p)) {
-        byLiteral_.emplace(key, p);
-        newNames_.insert(p);
-        (isString ? pendingStrings_ : pendingNumbers_).emplace_back(p, key);
+        // The map's nodes stay put, so the name set and the pending lists
+        // refer to its texts instead of copying them.
+        const auto entry = byLiteral_.emplace(key, p).first;
+        newNames_.insert(entry->second);
+        (isString ? pendingStrings_ : pendingNumbers_).push_back(&*entry);
         return p;
       }
     }
@@ -126,10 +132,10 @@ class LiteralBook {
   // Enters the literals drawn since the last call in the top-level tables.
   void Flush() {
     if (!sink_) return;
-    for (auto &[p, key] : pendingStrings_)
-      if (sink_->addStringLiteral) sink_->addStringLiteral(sink_->context, p.c_str(), key.c_str());
-    for (auto &[p, key] : pendingNumbers_)
-      if (sink_->addNumberLiteral) sink_->addNumberLiteral(sink_->context, p.c_str(), key.c_str());
+    for (const auto *entry : pendingStrings_)
+      if (sink_->addStringLiteral) sink_->addStringLiteral(sink_->context, entry->second.c_str(), entry->first.c_str());
+    for (const auto *entry : pendingNumbers_)
+      if (sink_->addNumberLiteral) sink_->addNumberLiteral(sink_->context, entry->second.c_str(), entry->first.c_str());
     pendingStrings_.clear();
     pendingNumbers_.clear();
   }
@@ -161,9 +167,9 @@ class LiteralBook {
 
   const LiteralSink *sink_;
   bool built_ = false;
-  std::unordered_map<std::string, std::string> byLiteral_;
-  std::unordered_set<std::string> newNames_;
-  std::vector<std::pair<std::string, std::string>> pendingStrings_, pendingNumbers_;
+  std::unordered_map<std::string, std::string> byLiteral_;  // literal -> placeholder
+  std::unordered_set<std::string_view> newNames_;           // views of byLiteral_'s placeholders
+  std::vector<const std::pair<const std::string, std::string> *> pendingStrings_, pendingNumbers_;
   std::unordered_set<std::string> userHighRuns_;
   std::size_t userHighBytes_ = 0;
   bool noted_ = false;
@@ -603,7 +609,10 @@ void PadDecimalPointsText(std::string &t) {
   const std::size_t n = t.size();
   if (n < 2 || t.find('.') == std::string::npos) return;
   const SyntaxLists &L = DefaultSyntaxLists();
+  // No entry of the lists holds a digit: a digit on either side of the
+  // point answers both questions at once.
   auto beforeAllows = [&L](const std::string &out) {
+    if (!out.empty() && IsDigit(static_cast<unsigned char>(out.back()))) return false;
     const auto len = static_cast<int64_t>(out.size());
     if (MatchEndingAt(out, len, L.multiplicative) || MatchEndingAt(out, len, L.additive) ||
         MatchEndingAt(out, len, L.opening) || MatchEndingAt(out, len, L.comparison) ||
@@ -613,6 +622,7 @@ void PadDecimalPointsText(std::string &t) {
     return len >= 1 && out.back() == '=' && (len < 2 || !In("=~<>", out[out.size() - 2]));
   };
   auto afterAllows = [&L, &t](std::size_t k) {
+    if (k < t.size() && IsDigit(static_cast<unsigned char>(t[k]))) return false;
     const auto p = static_cast<int64_t>(k);
     return MatchBeginningAt(t, p, L.multiplicative) || MatchBeginningAt(t, p, L.additive) ||
            MatchBeginningAt(t, p, L.closing) || MatchBeginningAt(t, p, L.comparison) ||
