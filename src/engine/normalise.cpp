@@ -17,6 +17,7 @@
 #include "engine/normalise.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -50,8 +51,12 @@ inline bool IsWordByte(unsigned char c) {
 }
 
 
+inline bool IsWhiteSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 void RemoveWhiteSpace(std::string &t) {
-  t.erase(std::remove_if(t.begin(), t.end(), [](char c) { return In(kWhiteSpace, c); }), t.end());
+  const auto first = std::find_if(t.begin(), t.end(), IsWhiteSpace);
+  if (first == t.end()) return;
+  t.erase(std::remove_if(first, t.end(), IsWhiteSpace), t.end());
 }
 
 // Owned-text adapter: runs a step on a std::string copy and stores the result
@@ -113,9 +118,11 @@ class LiteralBook {
         p[k] = static_cast<char>(static_cast<unsigned char>(std::clamp(v, 128, 255)));
       }
       if (!Collides(p)) {
-        byLiteral_.emplace(key, p);
-        newNames_.insert(p);
-        (isString ? pendingStrings_ : pendingNumbers_).emplace_back(p, key);
+        // The map's nodes stay put, so the name set and the pending lists
+        // refer to its texts instead of copying them.
+        const auto entry = byLiteral_.emplace(key, p).first;
+        newNames_.insert(entry->second);
+        (isString ? pendingStrings_ : pendingNumbers_).push_back(&*entry);
         return p;
       }
     }
@@ -125,10 +132,10 @@ class LiteralBook {
   // Enters the literals drawn since the last call in the top-level tables.
   void Flush() {
     if (!sink_) return;
-    for (auto &[p, key] : pendingStrings_)
-      if (sink_->addStringLiteral) sink_->addStringLiteral(sink_->context, p.c_str(), key.c_str());
-    for (auto &[p, key] : pendingNumbers_)
-      if (sink_->addNumberLiteral) sink_->addNumberLiteral(sink_->context, p.c_str(), key.c_str());
+    for (const auto *entry : pendingStrings_)
+      if (sink_->addStringLiteral) sink_->addStringLiteral(sink_->context, entry->second.c_str(), entry->first.c_str());
+    for (const auto *entry : pendingNumbers_)
+      if (sink_->addNumberLiteral) sink_->addNumberLiteral(sink_->context, entry->second.c_str(), entry->first.c_str());
     pendingStrings_.clear();
     pendingNumbers_.clear();
   }
@@ -160,9 +167,9 @@ class LiteralBook {
 
   const LiteralSink *sink_;
   bool built_ = false;
-  std::unordered_map<std::string, std::string> byLiteral_;
-  std::unordered_set<std::string> newNames_;
-  std::vector<std::pair<std::string, std::string>> pendingStrings_, pendingNumbers_;
+  std::unordered_map<std::string, std::string> byLiteral_;  // literal -> placeholder
+  std::unordered_set<std::string_view> newNames_;           // views of byLiteral_'s placeholders
+  std::vector<const std::pair<const std::string, std::string> *> pendingStrings_, pendingNumbers_;
   std::unordered_set<std::string> userHighRuns_;
   std::size_t userHighBytes_ = 0;
   bool noted_ = false;
@@ -353,6 +360,7 @@ void ProtectNumberTokens(std::string &t, LiteralBook &book, int32_t &seed) {
   std::size_t i = 0;
   bool inWord = false;
   bool changed = false;
+  std::string key;
   while (i < n) {
     const unsigned char c = static_cast<unsigned char>(t[i]);
     const bool startsFraction = c == '.' && i + 1 < n && IsDigit(static_cast<unsigned char>(t[i + 1])) &&
@@ -377,8 +385,10 @@ void ProtectNumberTokens(std::string &t, LiteralBook &book, int32_t &seed) {
     const std::string_view token = std::string_view(t).substr(i, j - i);
     double value = 0.0;
     std::string p;
-    if (TestNumericString(token, &value)) {
-      const std::string key = NumberKey(token, value, NumberKind::kPlain);
+    if (PlainNumberKey(token, &key)) {
+      p = book.PlaceholderFor(key, key.size(), seed, false);
+    } else if (TestNumericString(token, &value)) {
+      key = NumberKey(token, value, NumberKind::kPlain);
       p = book.PlaceholderFor(key, key.size(), seed, false);
     }
     if (p.empty()) {
@@ -458,13 +468,151 @@ void ReplaceEmptyBrackets(std::string &t) {
 }  // namespace
 
 // ---------------------------------------------------------------------------
+// Plain decimal literals.
+//
+// DoubleString(v, 15) prints a value in [0.001, 10000) as its exact fixed
+// text with 17 places, rounded half up to 15 significant digits, trailing
+// zeros cleaned. Let D be a decimal of at most 12 significant digits in
+// [0.01, 10000) and v = strtod(D) (correctly rounded, so |v - D| <= 2^-53 v).
+// With u the unit of D's 15th significant digit, |v - D| <= 0.11 u, and the
+// 17-place text, which has at least 16 significant digits from 0.01 on, is
+// within 0.05 u of v. The text is thus within 0.16 u of D, and rounding it
+// to 15 digits gives D itself: the printed form
+// is D's digits, no leading zeros but one "0", no trailing fraction zeros.
+// The decade below a power of ten D has a finer grid, but the powers of ten
+// in range are exact doubles or (0.01, 0.1) round up, so v is never below
+// one. log10 of such a v is at least 4.3e-13 away from 4 and from -3, far
+// beyond its error, so the fixed branch is the one taken.
+//
+// Integers of 5 to 12 digits go by the exponent branch: mantissa
+// pow(10, log10(x) - e). With s >= 2 significant digits, log10(x) is at
+// least 4.3e-13 from an integer, so e = k - 1 for k digits; the mantissa is
+// within 2e-13 of x / 10^(k-1), a multiple of 1e-11, and rounded to 15
+// digits it shows at least s significant digits (fewer would be a multiple
+// of 1e-11 too, hence equal). The printed form is then at least
+// s + 1 + 2 + digits(k - 1) long; when that exceeds k, the literal's own
+// text is the key.
+
+namespace {
+constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr uint64_t kPow10u[] = {1ull,          10ull,          100ull,          1000ull,
+                                10000ull,      100000ull,      1000000ull,      10000000ull,
+                                100000000ull,  1000000000ull,  10000000000ull,  100000000000ull,
+                                1000000000000ull, 10000000000000ull, 100000000000000ull, 1000000000000000ull};
+constexpr std::size_t kShortDigits = 12;  // significant digits the proof above covers
+}  // namespace
+
+bool PlainNumberKey(std::string_view t, std::string *key) {
+  const std::size_t n = t.size();
+  std::size_t intEnd = 0;
+  while (intEnd < n && IsDigit(static_cast<unsigned char>(t[intEnd]))) ++intEnd;
+  if (intEnd == 0) return false;
+  std::string_view fraction;
+  if (intEnd < n) {
+    if (t[intEnd] != '.') return false;
+    fraction = t.substr(intEnd + 1);
+    if (fraction.empty() ||
+        !std::all_of(fraction.begin(), fraction.end(), [](char c) { return IsDigit(static_cast<unsigned char>(c)); }))
+      return false;
+  }
+  std::size_t lead = 0;
+  while (lead < intEnd && t[lead] == '0') ++lead;
+  const std::string_view whole = t.substr(lead, intEnd - lead);
+  while (!fraction.empty() && fraction.back() == '0') fraction.remove_suffix(1);
+  if (whole.empty() && fraction.empty()) {
+    *key = "0";
+    return true;
+  }
+  if (whole.size() <= 4) {
+    std::size_t significant = whole.size() + fraction.size();
+    if (whole.empty()) {
+      const std::size_t zeros = fraction.find_first_not_of('0');
+      if (zeros > 1) return false;  // below 0.01
+      significant -= zeros;
+    }
+    if (significant > kShortDigits) return false;
+    key->assign(whole.empty() ? std::string_view("0") : whole);
+    if (!fraction.empty()) key->append(".").append(fraction);
+    return true;
+  }
+  // An integer of 5 to 12 digits whose printed form is provably longer.
+  if (lead != 0 || intEnd != n || whole.size() > kShortDigits) return false;
+  const std::size_t k = whole.size();
+  const std::size_t significant = whole.find_last_not_of('0') + 1;
+  const std::size_t exponentDigits = k - 1 >= 10 ? 2 : 1;
+  if (significant < 2 || significant + 3 + exponentDigits <= k) return false;
+  key->assign(t);
+  return true;
+}
+
+bool ShortNumberText(double v, std::string *text) {
+  if (v == 0) {
+    *text = "0";
+    return true;
+  }
+  if (!(v >= 0.01 && v < 10000.0)) return false;
+  for (int f = 0; f <= 13; ++f) {
+    const double scaled = std::nearbyint(v * kPow10d[f]);
+    if (!(scaled < 1e12)) return false;  // more than twelve digits from here on
+    const auto m = static_cast<uint64_t>(scaled);
+    // m and 10^f are exact doubles, so the quotient is the correctly
+    // rounded value of the decimal m / 10^f: it is strtod's.
+    if (static_cast<double>(m) / kPow10d[f] != v) continue;
+    if (m * 100 < kPow10u[f] || m >= kPow10u[f] * 10000) return false;  // outside [0.01, 10000)
+    char digits[24];
+    int count = 0;
+    for (uint64_t r = m; r; r /= 10) digits[count++] = static_cast<char>('0' + r % 10);
+    while (count <= f) digits[count++] = '0';  // "0" before the point of a value below 1
+    int last = 0;                              // trailing fraction zeros go
+    while (last < f && digits[last] == '0') ++last;
+    text->clear();
+    for (int i = count - 1; i >= f; --i) text->push_back(digits[i]);
+    if (last < f) {
+      text->push_back('.');
+      for (int i = f - 1; i >= last; --i) text->push_back(digits[i]);
+    }
+    return true;
+  }
+  return false;
+}
+
+bool ParseShortDecimal(std::string_view t, double *value) {
+  uint64_t m = 0;
+  std::size_t digits = 0, places = 0;
+  bool point = false, any = false;
+  for (std::size_t i = 0; i < t.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(t[i]);
+    if (c == '.') {
+      if (point || !any || i + 1 == t.size()) return false;
+      point = true;
+      continue;
+    }
+    if (!IsDigit(c)) return false;
+    any = true;
+    if (point) ++places;
+    if (m == 0 && c == '0') continue;  // leading zeros are no digits of m
+    if (++digits > 15) return false;
+    m = m * 10 + (c - '0');
+  }
+  if (!any || places > 22) return false;
+  // m < 10^15 < 2^53 and 10^places are exact: one correctly rounded
+  // division, the value strtod gives.
+  *value = static_cast<double>(m) / kPow10d[places];
+  return true;
+}
+
+// ---------------------------------------------------------------------------
 // Steps that need no literal tables.
 
 void PadDecimalPointsText(std::string &t) {
   const std::size_t n = t.size();
   if (n < 2 || t.find('.') == std::string::npos) return;
   const SyntaxLists &L = DefaultSyntaxLists();
+  // No entry of the lists holds a digit: a digit on either side of the
+  // point answers both questions at once.
   auto beforeAllows = [&L](const std::string &out) {
+    if (!out.empty() && IsDigit(static_cast<unsigned char>(out.back()))) return false;
     const auto len = static_cast<int64_t>(out.size());
     if (MatchEndingAt(out, len, L.multiplicative) || MatchEndingAt(out, len, L.additive) ||
         MatchEndingAt(out, len, L.opening) || MatchEndingAt(out, len, L.comparison) ||
@@ -474,6 +622,7 @@ void PadDecimalPointsText(std::string &t) {
     return len >= 1 && out.back() == '=' && (len < 2 || !In("=~<>", out[out.size() - 2]));
   };
   auto afterAllows = [&L, &t](std::size_t k) {
+    if (k < t.size() && IsDigit(static_cast<unsigned char>(t[k]))) return false;
     const auto p = static_cast<int64_t>(k);
     return MatchBeginningAt(t, p, L.multiplicative) || MatchBeginningAt(t, p, L.additive) ||
            MatchBeginningAt(t, p, L.closing) || MatchBeginningAt(t, p, L.comparison) ||

@@ -81,6 +81,22 @@ void PadDecimalPointsText(std::string &text);
 void InsertAfterCloseText(std::string &text, char insert, char close);
 void TrimCommasText(std::string &text);
 
+// Short cuts for number literals in plain decimal form ("42", "0.5",
+// "655.999119"), the bulk of a matrix typed in full. Each gives exactly what
+// the general road gives (TestNumericString, DoubleString at 15 digits), and
+// declines (returns false) wherever that is not proven.
+//
+// The key under which a literal of digits with an optional point and
+// fraction is entered: the value printed at 15 digits, or the literal itself
+// when the printed form is longer.
+bool PlainNumberKey(std::string_view literal, std::string *key);
+// DoubleString(value, 15), for a value that a decimal of at most twelve
+// significant digits in [0.01, 10000) rounds to, or 0.
+bool ShortNumberText(double value, std::string *text);
+// The value TestNumericString gives a text of at most fifteen digits with an
+// optional point and fraction.
+bool ParseShortDecimal(std::string_view text, double *value);
+
 // The syntax screen. Out-flags may be null. Returns 1 if the text may run.
 // When quotes or operator placement fail, the answer is 0 and the last three
 // flags are left as they were.

@@ -5,7 +5,9 @@
 // so a quote that is still in the text belongs to a string that never closed;
 // and normalisation has already made ")(" a product and ";:" / "](" lists,
 // which is why the operator table below may refuse those pairs outright.
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -121,45 +123,87 @@ class Placement {
 
   // Every occurrence of every entry, in one pass. The answer is a yes or
   // no, so the order in which lists are looked at doesn't change it.
+  //
+  // An operator between two inert bytes (in no entry, not "=": names,
+  // digits, placeholders) is judged by its own byte alone: no entry of two
+  // bytes can match there, "before" and "after" find nothing, it is neither
+  // first nor last, and the member-chain cases need a ")" or "." beside it.
+  // So the verdict for the first such comma of a list is the verdict for the
+  // ten thousand that follow.
   bool Run() const {
+    const InertBytes &inert = Inert();
+    int8_t verdict[256];  // for a byte between inert bytes: -1 not known yet, else the answer
+    std::fill(std::begin(verdict), std::end(verdict), static_cast<int8_t>(-1));
     std::size_t dotSkip = std::string_view::npos;  // the second point of ".."
     for (std::size_t p = 0; p < n_; ++p) {
       const unsigned char c = static_cast<unsigned char>(t_[p]);
       if (c >= 128 || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) continue;
       TrackMemberGroups(p);
-      if (!Check(L_.postfix, p, [this](std::size_t a, std::size_t b, std::string_view) { return Postfix(a, b); }))
-        return false;
-      if (!Check(L_.negation, p, [this](std::size_t a, std::size_t b, std::string_view) { return Negation(a, b); }))
-        return false;
-      if (!Check(L_.reference, p, [this](std::size_t a, std::size_t b, std::string_view) { return Reference(a, b); }))
-        return false;
-      if (!Check(L_.closing, p, [this](std::size_t a, std::size_t b, std::string_view) { return Closing(a, b); }))
-        return false;
-      if (!Check(L_.opening, p, [this](std::size_t a, std::size_t b, std::string_view) { return Opening(a, b); }))
-        return false;
-      bool skipDot = false;
-      if (c == '.') {
-        if (p == dotSkip) {
-          skipDot = true;
-        } else if (p + 1 < n_ && t_[p + 1] == '.') {
-          skipDot = true;
-          dotSkip = p + 1;
-        }
+      const bool between = p > 0 && p + 1 < n_ && inert.byte[static_cast<unsigned char>(t_[p - 1])] &&
+                           inert.byte[static_cast<unsigned char>(t_[p + 1])];
+      if (between && verdict[c] >= 0) {
+        if (!verdict[c]) return false;
+        continue;
       }
-      if (!Check(L_.multiplicative, p, [this, skipDot](std::size_t a, std::size_t b, std::string_view e) {
-            if (skipDot && e == ".") return true;
-            return Multiplicative(a, b);
-          }))
-        return false;
-      if (!Check(L_.comparison, p, [this](std::size_t a, std::size_t b, std::string_view e) { return Comparison(a, b, e); }))
-        return false;
-      if (!Check(L_.additive, p, [this](std::size_t, std::size_t b, std::string_view) { return Additive(b); }))
-        return false;
+      if (!CheckAt(p, c, dotSkip)) return false;
+      if (between) verdict[c] = 1;
     }
     return true;
   }
 
  private:
+  struct InertBytes {
+    bool byte[256];
+  };
+  // Bytes that occur in no entry of the lists, and are not "=".
+  static const InertBytes &Inert() {
+    static const InertBytes table = [] {
+      InertBytes t{};
+      std::fill(std::begin(t.byte), std::end(t.byte), true);
+      const SyntaxLists &L = DefaultSyntaxLists();
+      for (const TextList *list : {&L.multiplicative, &L.postfix, &L.reference, &L.opening, &L.closing, &L.additive,
+                                   &L.comparison, &L.negation})
+        for (int32_t k = 0; k < list->count; ++k)
+          for (char ch : list->entry[k]) t.byte[static_cast<unsigned char>(ch)] = false;
+      t.byte[static_cast<unsigned char>('=')] = false;
+      return t;
+    }();
+    return table;
+  }
+
+  // The rules of every entry that begins at p.
+  bool CheckAt(std::size_t p, unsigned char c, std::size_t &dotSkip) const {
+    if (!Check(L_.postfix, p, [this](std::size_t a, std::size_t b, std::string_view) { return Postfix(a, b); }))
+      return false;
+    if (!Check(L_.negation, p, [this](std::size_t a, std::size_t b, std::string_view) { return Negation(a, b); }))
+      return false;
+    if (!Check(L_.reference, p, [this](std::size_t a, std::size_t b, std::string_view) { return Reference(a, b); }))
+      return false;
+    if (!Check(L_.closing, p, [this](std::size_t a, std::size_t b, std::string_view) { return Closing(a, b); }))
+      return false;
+    if (!Check(L_.opening, p, [this](std::size_t a, std::size_t b, std::string_view) { return Opening(a, b); }))
+      return false;
+    bool skipDot = false;
+    if (c == '.') {
+      if (p == dotSkip) {
+        skipDot = true;
+      } else if (p + 1 < n_ && t_[p + 1] == '.') {
+        skipDot = true;
+        dotSkip = p + 1;
+      }
+    }
+    if (!Check(L_.multiplicative, p, [this, skipDot](std::size_t a, std::size_t b, std::string_view e) {
+          if (skipDot && e == ".") return true;
+          return Multiplicative(a, b);
+        }))
+      return false;
+    if (!Check(L_.comparison, p, [this](std::size_t a, std::size_t b, std::string_view e) { return Comparison(a, b, e); }))
+      return false;
+    if (!Check(L_.additive, p, [this](std::size_t, std::size_t b, std::string_view) { return Additive(b); }))
+      return false;
+    return true;
+  }
+
   template <class Rule>
   bool Check(const TextList &list, std::size_t p, Rule &&rule) const {
     if (!list.MayBeginWith(static_cast<unsigned char>(t_[p]))) return true;

@@ -12,6 +12,7 @@
 // land between the user's entries; the one entry for the script is appended
 // to the real list at the end.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -63,7 +64,8 @@ LiteralSink NewLiteralSink(Environment *top) {
   sink.addNumberLiteral = [](void *ctx, const char *placeholder, const char *text) -> int32_t {
     auto *top = static_cast<Environment *>(ctx);
     double v = 0.0;
-    Object *o = TestNumericString(text, &v) ? NewNumericValueObject(v, 0.0, top) : NewAlgebraicObject(text, top);
+    const bool numeric = ParseShortDecimal(text, &v) || TestNumericString(text, &v);
+    Object *o = numeric ? NewNumericValueObject(v, 0.0, top) : NewAlgebraicObject(text, top);
     EnterLiteral(top, placeholder, o);
     return 1;
   };
@@ -94,6 +96,13 @@ bool LiteralText(const Object *o, int32_t digits, std::string *out) {
       return true;
     case kTagNumeric: {
       const int32_t d = std::min(digits, 15);
+      // With no imaginary part the join gives the real text alone (a finite
+      // value prints as a number, never as a sentinel).
+      const double re = Numeric(o)->re;
+      if (Numeric(o)->im == 0 && std::isfinite(re)) {
+        if (d != 15 || !ShortNumberText(re, out)) *out = NumberText(re, d);
+        return true;
+      }
       *out = JoinComplexText(NumberText(Numeric(o)->re, d), NumberText(Numeric(o)->im, d));
       return true;
     }
@@ -262,18 +271,32 @@ void RestoreLiterals(std::string &text, int32_t digits, Environment *env) {
   if (!anyHigh) return;
   // One left-to-right pass, longest placeholder first at each position, so
   // that a short placeholder never matches inside a longer one and a
-  // restored value is never read again.
-  std::unordered_map<std::string_view, std::string> values;
+  // restored value is never read again. Only the lengths of the names are
+  // gathered beforehand: a value is printed when its placeholder occurs, so
+  // an answer that names a few of ten thousand literals prints a few.
   std::vector<std::size_t> lengths;
-  ForEachNode(top->temporaryNames.root, [&](RBSTNode *n) {
-    std::string value;
-    if (!n->key[0] || !LiteralText(CellObject(n->value), digits, &value)) return;
-    const std::string_view key(n->key);
-    values.emplace(key, std::move(value));
-    if (std::find(lengths.begin(), lengths.end(), key.size()) == lengths.end()) lengths.push_back(key.size());
+  ForEachNode(top->temporaryNames.root, [&lengths](RBSTNode *n) {
+    const std::size_t len = std::strlen(n->key);
+    if (len && std::find(lengths.begin(), lengths.end(), len) == lengths.end()) lengths.push_back(len);
   });
-  if (values.empty()) return;
+  if (lengths.empty()) return;
   std::sort(lengths.rbegin(), lengths.rend());
+  std::unordered_map<const RBSTNode *, std::string> printed;
+  std::string key;
+  // The printed value of the literal of that name, or null.
+  auto valueAt = [&](std::string_view name) -> const std::string * {
+    if (name.find('\0') != std::string_view::npos) return nullptr;  // no key holds one
+    key.assign(name);
+    const RBSTNode *n = RBSTFind(top->temporaryNames.root, key.c_str());
+    if (!n) return nullptr;
+    auto it = printed.find(n);
+    if (it == printed.end()) {
+      std::string value;
+      if (!LiteralText(CellObject(n->value), digits, &value)) return nullptr;
+      it = printed.emplace(n, std::move(value)).first;
+    }
+    return &it->second;
+  };
   std::string out;
   out.reserve(text.size() + 16);
   const std::string_view t(text);
@@ -285,15 +308,17 @@ void RestoreLiterals(std::string &text, int32_t digits, Environment *env) {
     bool matched = false;
     for (std::size_t len : lengths) {
       if (len > t.size() - i) continue;
-      auto it = values.find(t.substr(i, len));
-      if (it == values.end()) continue;
-      out += it->second;
+      const std::string *value = valueAt(t.substr(i, len));
+      if (!value) continue;
+      out += *value;
       i += len;
       matched = true;
       break;
     }
     if (!matched) out.push_back(t[i++]);
   }
+  WipeString(key);
+  for (auto &entry : printed) WipeString(entry.second);
   WipeString(text);
   text.swap(out);
 }
