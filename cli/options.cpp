@@ -91,7 +91,7 @@ bool ParseOptions(int argc, char **argv, Options *o) {
       o->mode = Options::Mode::Version;
       return true;
     } else if (quorvex_cli::IsPlotCommand(a)) {
-      if (!o->file.empty()) return Fail("%s cannot follow the script %s", a, o->file.c_str());
+      if (!o->file.empty()) return Fail("a plot command cannot follow the script %s", o->file.c_str());
       o->mode = Options::Mode::Plot;
       o->plotIndex = i;
       return true;
