@@ -202,6 +202,7 @@ void PrintHostCommands(std::FILE *out) {
   std::fprintf(out,
                "help          the functions and commands of the language, by group\n"
                "help NAME     how to call the function or command NAME\n"
+               "plot EXPR, A, B   the plot of EXPR from A to B, as a PNG file here\n"
                ":vars         the variables of the workspace\n"
                ":functions    the workspace and every function it knows\n"
                ":history      this session's inputs and answers, one a line\n"
@@ -219,7 +220,7 @@ std::vector<std::string> CatalogueNames() {
 }
 
 const std::vector<std::string> &HostCommandNames() {
-  static const std::vector<std::string> kNames = {":vars", ":functions", ":history", ":help", "help", "quit", "exit"};
+  static const std::vector<std::string> kNames = {":vars", ":functions", ":history", ":help", "help", "plot", "quit", "exit"};
   return kNames;
 }
 

@@ -3,9 +3,13 @@
 #include "session.h"
 
 #include <csignal>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
 #include <cstring>
 
 #include "help.h"
+#include "plot.h"
 
 namespace cli {
 
@@ -158,6 +162,44 @@ std::string Joiner::Take() {
   return out;
 }
 
+// "plot EXPR, A, B" at the prompt: the plot of EXPR over [A, B] as a PNG file
+// in the current folder, under the first free name plot-N.png; prints the
+// path. The range is cut at the last two commas outside brackets, so EXPR
+// may hold commas of its own.
+void PlotCommand(std::string_view spec, std::FILE *out) {
+  std::vector<std::size_t> commas;
+  int depth = 0;
+  for (std::size_t i = 0; i < spec.size(); ++i) {
+    const char c = spec[i];
+    if (c == '(' || c == '[' || c == ':') ++depth;
+    else if (c == ')' || c == ']' || c == ';') --depth;
+    else if (c == ',' && depth == 0) commas.push_back(i);
+  }
+  if (commas.size() < 2) {
+    std::fprintf(out, "usage: plot EXPR, FROM, TO   (for example: plot sin(x)*x, 0, 10)\n");
+    return;
+  }
+  const std::size_t b = commas[commas.size() - 1], a = commas[commas.size() - 2];
+  const std::string expr(Trim(spec.substr(0, a)));
+  const std::string from(Trim(spec.substr(a + 1, b - a - 1)));
+  const std::string to(Trim(spec.substr(b + 1)));
+  std::string file;
+  for (int n = 1; n < 10000; ++n) {
+    file = "plot-" + std::to_string(n) + ".png";
+    if (std::FILE *f = std::fopen(file.c_str(), "rb")) std::fclose(f);
+    else break;
+  }
+  std::vector<std::string> args = {"quorvex", "--plot", expr, "--from", from, "--to", to, "-o", file};
+  std::vector<char *> argv;
+  for (std::string &x : args) argv.push_back(x.data());
+  argv.push_back(nullptr);
+  if (quorvex_cli::RunPlotCommand(static_cast<int>(args.size()), argv.data(), gEnv) == 0) {
+    char *full = realpath(file.c_str(), nullptr);
+    std::fprintf(out, "%s\n", full ? full : file.c_str());
+    std::free(full);
+  }
+}
+
 bool HostCommand(const std::string &raw, std::FILE *out) {
   const std::string line(Trim(raw));
   if (line == ":vars") {
@@ -170,6 +212,8 @@ bool HostCommand(const std::string &raw, std::FILE *out) {
     PrintHostCommands(out);
   } else if (line == "help") {
     PrintHelpOverview(out);
+  } else if (line.rfind("plot ", 0) == 0) {
+    PlotCommand(std::string_view(line).substr(5), out);
   } else if (line.rfind("help ", 0) == 0) {
     PrintHelpFor(std::string(Trim(std::string_view(line).substr(5))), out);
   } else {

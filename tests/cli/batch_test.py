@@ -117,6 +117,17 @@ class BatchTest(unittest.TestCase):
         self.assertRegex(lines[-2], r"^\s*1\s+x=2\s+->\s+x <- 2$")
         self.assertRegex(lines[-1], r"^\s*2\s+\[1, 2\]\s+->\s+\(matrix\) \| 1  2$")
 
+    def test_plot_command_writes_numbered_png_files_and_prints_their_paths(self):
+        p = subprocess.run([HOST], input="plot sin(x)*x, 0, 10\nplot max(x,1), -2, 2\nplot x\n",
+                           capture_output=True, text=True, timeout=120, cwd=self.dir.name)
+        self.assertEqual(p.returncode, 0)
+        lines = p.stdout.splitlines()
+        for n, line in enumerate(lines[:2], start=1):
+            self.assertTrue(line.endswith("plot-%d.png" % n), line)
+            with open(line, "rb") as f:
+                self.assertEqual(f.read(8), b"\x89PNG\r\n\x1a\n")
+        self.assertIn("usage: plot EXPR, FROM, TO", lines[2])
+
 
 if __name__ == "__main__":
     HOST = os.path.abspath(sys.argv.pop(1))
