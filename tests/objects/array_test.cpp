@@ -15,20 +15,13 @@
 #include "objects/object.h"
 #include "objects/print.h"
 #include "persistence/rbst.h"
+#include "objects/workspace.h"
 
 namespace qvx {
 namespace {
 
-class Arrays : public ::testing::Test {
+class Arrays : public test::Workspace {
  protected:
-  void SetUp() override {
-    InitializeGlobals(nullptr, 0);
-    env = InitializeTopLevelEnvironment("workspace");
-  }
-  void TearDown() override {
-    TerminateEnvironment(env);
-    TerminateGlobals();
-  }
   Object *Number(double v) { return NewNumericValueObject(v, 0, env); }
   // The elements as display texts, in order.
   std::vector<std::string> Texts(const Object *a) {
@@ -58,7 +51,6 @@ class Arrays : public ::testing::Test {
     EXPECT_EQ(static_cast<int32_t>(keys.size()), v->count);
     EXPECT_EQ(a->environment->objectTable.size, v->count);
   }
-  Environment *env = nullptr;
 };
 
 TEST_F(Arrays, ConstructionRespectsTheLimits) {

@@ -15,20 +15,13 @@
 #include "objects/print.h"
 #include "objects/tensor.h"
 #include "persistence/rbst.h"
+#include "objects/workspace.h"
 
 namespace qvx {
 namespace {
 
-class Matrices : public ::testing::Test {
+class Matrices : public test::Workspace {
  protected:
-  void SetUp() override {
-    InitializeGlobals(nullptr, 0);
-    env = InitializeTopLevelEnvironment("workspace");
-  }
-  void TearDown() override {
-    TerminateEnvironment(env);
-    TerminateGlobals();
-  }
   Object *Make(const std::vector<int32_t> &shape, const std::vector<Complex> &values) {
     return NewMatrixObject(TensorBuild(shape, values.data()), true, env);
   }
@@ -42,7 +35,6 @@ class Matrices : public ::testing::Test {
     TensorShape(MatrixTensor(m), s);
     return s;
   }
-  Environment *env = nullptr;
 };
 
 TEST_F(Matrices, ConstructorsFillSlotsAndTheMethodTable) {

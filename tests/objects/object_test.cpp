@@ -14,6 +14,7 @@
 #include "objects/array.h"
 #include "objects/environment.h"
 #include "objects/object.h"
+#include "objects/workspace.h"
 
 namespace qvx {
 namespace {
@@ -35,19 +36,10 @@ static_assert(offsetof(FunctionRecord, handler) == sizeof(FunctionRecord) - size
 static_assert(sizeof(NumericValue) == 16);
 static_assert(offsetof(HistoryList, count) > offsetof(HistoryList, copy));
 
-class Objects : public ::testing::Test {
+class Objects : public test::Workspace {
  protected:
-  void SetUp() override {
-    InitializeGlobals(nullptr, 0);
-    env = InitializeTopLevelEnvironment("workspace");
-  }
-  void TearDown() override {
-    TerminateEnvironment(env);
-    TerminateGlobals();
-  }
   void Bind(const char *name, Object *o) { RBSTInsert(&env->objectTable, env->objectTable.root, name, o); }
   std::string Text(const Object *o) { return ObjectToText(o, 0); }
-  Environment *env = nullptr;
 };
 
 TEST_F(Objects, ConstructorsSetTheCommonFields) {
