@@ -166,11 +166,11 @@ std::string Joiner::Take() {
 // in the current folder, under the first free name plot-N.png; prints the
 // path. The range is cut at the last two commas outside brackets, so EXPR
 // may hold commas of its own.
-void PlotCommand(std::string_view spec, std::FILE *out) {
+void PlotCommand(std::string_view request, std::FILE *out) {
   std::vector<std::size_t> commas;
   int depth = 0;
-  for (std::size_t i = 0; i < spec.size(); ++i) {
-    const char c = spec[i];
+  for (std::size_t i = 0; i < request.size(); ++i) {
+    const char c = request[i];
     if (c == '(' || c == '[' || c == ':') ++depth;
     else if (c == ')' || c == ']' || c == ';') --depth;
     else if (c == ',' && depth == 0) commas.push_back(i);
@@ -180,9 +180,9 @@ void PlotCommand(std::string_view spec, std::FILE *out) {
     return;
   }
   const std::size_t b = commas[commas.size() - 1], a = commas[commas.size() - 2];
-  const std::string expr(Trim(spec.substr(0, a)));
-  const std::string from(Trim(spec.substr(a + 1, b - a - 1)));
-  const std::string to(Trim(spec.substr(b + 1)));
+  const std::string expr(Trim(request.substr(0, a)));
+  const std::string from(Trim(request.substr(a + 1, b - a - 1)));
+  const std::string to(Trim(request.substr(b + 1)));
   std::string file;
   for (int n = 1; n < 10000; ++n) {
     file = "plot-" + std::to_string(n) + ".png";

@@ -214,7 +214,6 @@ std::string RunList(const std::string &text, Environment *env) {
 
 std::string RunScript(std::string_view input, Environment *env, int32_t clearLiterals, bool normalised) {
   std::string text(input);
-  const std::string inputText(input);
   if (!normalised) {
     const LiteralSink sink = MakeSink(TopLevelOf(env));
     NormaliseText(text, &sink);
@@ -224,7 +223,7 @@ std::string RunScript(std::string_view input, Environment *env, int32_t clearLit
   std::string result;
   if (!runnable) {
     result = CancelRequested(env) ? kSentinelAborted : kSentinelInvalidExpression;
-    if (env->updateHistory) AppendToHistoryList(env->history, inputText.c_str(), result.c_str());
+    if (env->updateHistory) AppendToHistoryList(env->history, std::string(input).c_str(), result.c_str());
   } else {
     const uint8_t remembered = env->updateHistory;
     HistoryList *saved = nullptr;
@@ -238,7 +237,7 @@ std::string RunScript(std::string_view input, Environment *env, int32_t clearLit
     else if (IsControlStatement(text)) result = RunControl(text, env);
     else result = RunExpression(text, env);
     if (remembered) {
-      AppendToHistoryList(saved, inputText.c_str(), result.c_str());
+      AppendToHistoryList(saved, std::string(input).c_str(), result.c_str());
       FreeHistoryList(env->history);
       env->history = saved;
     }

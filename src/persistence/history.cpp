@@ -127,26 +127,24 @@ void ClearHistoryList(HistoryList *list) {
 }
 
 char *HistoryListToString(const HistoryList *list) {
-  return Guard(static_cast<char *>(nullptr), [&]() -> char * {
-    std::string out;
-    if (list && list->head) {
-      for (HistoryItem *i = list->head->next; i && i != list->tail; i = i->next) {
-        const bool last = i->next == list->tail;
-        out += i->input ? i->input : "";
-        out += "\v\v";
-        const char *o = i->output ? i->output : "";
-        if (last) {
-          out += o;
-        } else {
-          out += *o ? o : " ";
-          out += "\v\v\v\v";
-        }
+  std::string out;
+  if (list && list->head) {
+    for (HistoryItem *i = list->head->next; i && i != list->tail; i = i->next) {
+      const bool last = i->next == list->tail;
+      out += i->input ? i->input : "";
+      out += "\v\v";
+      const char *o = i->output ? i->output : "";
+      if (last) {
+        out += o;
+      } else {
+        out += *o ? o : " ";
+        out += "\v\v\v\v";
       }
     }
-    char *text = DupText(out.data(), out.size());
-    WipeString(out);
-    return text;
-  });
+  }
+  char *text = DupText(out.data(), out.size());
+  WipeString(out);
+  return text;
 }
 
 char **HistoryListElements(HistoryList *list, int32_t selector) {

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "libquorvex.h"
-#include "numerics/special/transcendental.h"
+#include "numerics/transcendental/transcendental.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "common/boundary.h"
 #include "libquorvex.h"
 #include "numerics/containers/container_access.h"
-#include "numerics/special/transcendental.h"
+#include "numerics/transcendental/transcendental.h"
 
 namespace {
 
